@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "platform/desktop.h"
 
 namespace mod2neu {
+
+constexpr std::size_t kMaxCaption = 24;
 
 // What start-up finds out and several floors read.
 struct Session {
@@ -15,8 +18,8 @@ struct Session {
     // Significant digits of every real number in the Neutral file; zero and negative counts have
     // a meaning of their own (FormatReal).
     std::int32_t RealDigits = 8;
-    std::string MessageCaption;  // at most 24 characters
-    std::string ModelFileName;   // at most 259 characters
+    std::string MessageCaption;  // at most kMaxCaption characters
+    std::string ModelFileName;   // at most kMaxPath characters
     // The window system is of version 4 or later.
     bool NewShell = false;
 };

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace mod2neu {
+
+// Below this magnitude a real number counts as zero.
+constexpr double kSmallestReal = 1e-15;
+
+// Truncated decimal logarithms that can still decide between the notations; no width lets a larger
+// one into fixed notation.
+constexpr int kMaxLogarithm = 31;
+constexpr int kMinLogarithm = -16;
+
+// The smallest double whose logarithm, rounded to a double, is at least 1, 2, 3, ... Most lie a few
+// units in the last place below the power of ten, since the logarithm is flatter than its argument.
+constexpr std::array<double, kMaxLogarithm> kFirstOfLogarithm = {
+    0x1.4p+3,
+    0x1.8ffffffffffffp+6,
+    0x1.f3ffffffffffcp+9,
+    0x1.387fffffffffep+13,
+    0x1.869fffffffff9p+16,
+    0x1.e847ffffffff8p+19,
+    0x1.312cffffffffbp+23,
+    0x1.7d783fffffffap+26,
+    0x1.dcd64ffffffefp+29,
+    0x1.2a05f1ffffff6p+33,
+    0x1.74876e7fffff3p+36,
+    0x1.d1a94a1fffff0p+39,
+    0x1.2309ce53ffff6p+43,
+    0x1.6bcc41e8ffff3p+46,
+    0x1.c6bf52633fff0p+49,
+    0x1.1c37937e07ff6p+53,
+    0x1.6345785d89fe7p+56,
+    0x1.bc16d674ec7e1p+59,
+    0x1.158e460913cedp+63,
+    0x1.5af1d78b58c28p+66,
+    0x1.b1ae4d6e2ef31p+69,
+    0x1.0f0cf064dd57fp+73,
+    0x1.52d02c7e14adfp+76,
+    0x1.a784379d99d96p+79,
+    0x1.08b2a2c28027ep+83,
+    0x1.4adf4b732031dp+86,
+    0x1.9d971e4fe83e5p+89,
+    0x1.027e72f1f126fp+93,
+    0x1.431e0fae6d70bp+96,
+    0x1.93e5939a08ccdp+99,
+    0x1.f8def8808b000p+102,
+};
+
+// The largest double whose logarithm, rounded to a double, is at most -1, -2, -3, ...
+constexpr std::array<double, -kMinLogarithm> kLastOfLogarithm = {
+    0x1.999999999999ap-4,  0x1.47ae147ae147cp-7,  0x1.0624dd2f1a9fep-10, 0x1.a36e2eb1c4330p-14,
+    0x1.4f8b588e368f6p-17, 0x1.0c6f7a0b5ed92p-20, 0x1.ad7f29abcaf50p-24, 0x1.5798ee2308c40p-27,
+    0x1.12e0be826d69ep-30, 0x1.b7cdfd9d7bdcap-34, 0x1.5fd7fe17964a2p-37, 0x1.19799812dea1bp-40,
+    0x1.c25c268497691p-44, 0x1.6849b86a12ba7p-47, 0x1.203af9ee7561fp-50, 0x1.cd2b297d889ccp-54,
+};
+
+// The decimal logarithm of a positive number, as a double holds it, truncated toward zero; limited
+// to kMinLogarithm and kMaxLogarithm.
+constexpr int TruncatedLogarithm(double magnitude) {
+    int exponent = 0;
+    if (magnitude < 1) {
+        while (exponent > kMinLogarithm &&
+               magnitude <= kLastOfLogarithm[static_cast<std::size_t>(-exponent)]) {
+            --exponent;
+        }
+        return exponent;
+    }
+    while (exponent < kMaxLogarithm &&
+           magnitude >= kFirstOfLogarithm[static_cast<std::size_t>(exponent)]) {
+        ++exponent;
+    }
+    return exponent;
+}
+
+}  // namespace mod2neu

@@ -1,0 +1,41 @@
+#include "neutral/real_format.h"
+
+#include <cstring>
+
+#include "neutral/plain_real.h"
+
+namespace mod2neu {
+namespace {
+
+constexpr int kSlots = 15;
+
+struct RealBuffers {
+    char slots[kSlots][kMaxRealText + 1] = {};
+    int current = -1;
+};
+
+RealBuffers buffers;
+
+}  // namespace
+
+void ResetRealBuffers() {
+    buffers.current = -1;
+}
+
+const char* FormatReal(double value, std::int32_t width, std::int32_t digits) {
+    if (buffers.current + 1 == kSlots) {
+        constexpr char kOverrun[] = "ERROR:LIM OVERRUN";
+        static_assert(sizeof kOverrun <= sizeof buffers.slots[0]);
+        std::memcpy(buffers.slots[buffers.current], kOverrun, sizeof kOverrun);
+        return buffers.slots[buffers.current];
+    }
+    char* slot = buffers.slots[++buffers.current];
+    *AppendReal(slot, value, width, digits) = '\0';
+    return slot;
+}
+
+char* AppendReal(char* out, double value, std::int32_t width, std::int32_t digits) {
+    return AppendPlainReal(out, value, width, digits);
+}
+
+}  // namespace mod2neu

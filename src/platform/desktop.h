@@ -20,7 +20,7 @@ struct OpenFileRequest {
     // Pairs of display text and pattern, the first selected: "Model Files (*.MOD)", "*.MOD", ...
     std::vector<std::string> filters;
     std::string initialDirectory;
-    std::string okCaption;      // '&' marks the access key
+    std::string okCaption;  // '&' marks the access key
     std::string cancelCaption;
 };
 
@@ -61,8 +61,8 @@ class Desktop {
     virtual std::string ItemText(int item, std::size_t limit) = 0;
 
     // Shows a message box with an OK button and returns when the user has dismissed it.
-    virtual void MessageBox(WindowHandle owner, const std::string& text,
-                            const std::string& caption, BoxModality modality, BoxIcon icon) = 0;
+    virtual void MessageBox(WindowHandle owner, const std::string& text, const std::string& caption,
+                            BoxModality modality, BoxIcon icon) = 0;
 
     // Empty when the user cancels. Only an existing file is accepted.
     virtual std::optional<OpenFileAnswer> AskOpenFile(const OpenFileRequest& request) = 0;

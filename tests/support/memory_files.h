@@ -1,0 +1,152 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/file_services.h"
+
+namespace mod2neu {
+
+enum class FileCall {
+    kExists,
+    kOpen,
+    kRead,
+    kWrite,
+    kSeek,
+    kSize,
+    kClose,
+    kDelete,
+    kSameFile,
+    kMakeTempFile,
+};
+
+const char* NameOf(FileCall kind);
+
+struct FileCallRecord {
+    FileCall kind = FileCall::kExists;
+    std::string path;  // absolute, also for calls by handle; both joined by a blank for kSameFile
+    std::size_t size = 0;  // bytes asked for by kRead and kWrite
+};
+
+// Files in memory, with faults on order. They are the file services in use from construction to
+// destruction. Calls are counted from 1, all kinds together, in the order of `calls`; full path
+// and temporary directory cannot fail and do not count. Relative paths lie in kCurrentDirectory.
+class MemoryFiles final : public FileServices {
+  public:
+    static constexpr const char* kCurrentDirectory = "/memory";
+
+    MemoryFiles();
+    ~MemoryFiles() override;
+
+    // The files.
+    void Put(const std::string& path, std::string_view bytes);
+    void Put(const std::string& path, const std::vector<std::uint8_t>& bytes);
+    void Remove(const std::string& path);
+
+    // A second name of the file at `path`.
+    void Link(const std::string& name, const std::string& path);
+    [[nodiscard]] bool Has(const std::string& path) const;
+
+    // Contents; empty when there is no such file.
+    [[nodiscard]] std::string Bytes(const std::string& path) const;
+
+    // Absolute paths in ascending order.
+    [[nodiscard]] std::vector<std::string> Paths() const;
+
+    // The surroundings.
+    std::string tempDirectory = "/temp";
+    std::int64_t capacity = std::numeric_limits<std::int64_t>::max();  // bytes of all files
+    std::function<void(const FileCallRecord&)> onCall;                 // before the call's work
+
+    // Another program holds the file exclusively, or lets go of it.
+    void HoldElsewhere(const std::string& path);
+    void ReleaseElsewhere(const std::string& path);
+
+    // Opening for creation below this directory fails with `error`, whatever the call.
+    void ForbidCreation(const std::string& directory, int error);
+
+    // The `count` calls from the `call`-th on fail with `error`.
+    void FailCall(std::size_t call, int error, std::size_t count = 1);
+
+    // The same, counting only calls of one kind.
+    void FailCall(FileCall kind, std::size_t call, int error, std::size_t count = 1);
+
+    // The `call`-th call, when it is a read or a write, moves at most `size` bytes. A shortened
+    // read looks like the end of the file; a shortened write fails with `error`.
+    void ShortenCall(std::size_t call, std::size_t size, int error);
+    void ClearFaults();
+
+    // What happened.
+    std::vector<FileCallRecord> calls;
+    std::size_t faultsInjected = 0;
+    [[nodiscard]] std::size_t CallCount(FileCall kind) const;
+    [[nodiscard]] std::size_t OpenHandles() const { return handles_.size(); }
+
+    bool Exists(const std::string& path) override;
+    FileHandle Open(const std::string& path, const OpenMode& mode) override;
+    std::int64_t Read(FileHandle file, void* buffer, std::size_t size) override;
+    std::int64_t Write(FileHandle file, const void* data, std::size_t size) override;
+    std::int64_t Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) override;
+    std::int64_t Size(FileHandle file) override;
+    bool Close(FileHandle file) override;
+    bool Delete(const std::string& path) override;
+    bool SameFile(const std::string& first, const std::string& second) override;
+    std::string FullPath(const std::string& path) override;
+    std::string TempDirectory() override { return tempDirectory; }
+    unsigned MakeTempFile(const std::string& directory, const std::string& prefix, unsigned unique,
+                          std::string* name) override;
+    int LastError() override { return lastError_; }
+    std::string LastErrorText() override;
+
+  private:
+    struct Node {
+        std::string bytes;
+        int names = 1;
+        int sharedHolders = 0;
+        bool heldExclusively = false;
+    };
+    struct Handle {
+        std::shared_ptr<Node> node;
+        std::string path;
+        OpenMode mode;
+        std::int64_t position = 0;
+    };
+    struct Fault {
+        std::size_t first = 0;
+        std::size_t count = 0;
+        int error = 0;
+    };
+    struct Shortening {
+        std::size_t size = 0;
+        int error = 0;
+    };
+
+    bool Begin(FileCall kind, const std::string& path, std::size_t size = 0);
+    bool Fail(int error);
+    Handle* Find(FileHandle file);
+    [[nodiscard]] std::shared_ptr<Node> FindExisting(const std::string& fullPath) const;
+    std::shared_ptr<Node> FindOrCreate(const std::string& fullPath, const OpenMode& mode);
+    bool Hold(Node& node, FileSharing sharing);
+    [[nodiscard]] std::int64_t Used() const;
+    void CutToShortening(std::size_t* size, int* error);
+
+    FileServices* previous_;
+    std::map<std::string, std::shared_ptr<Node>> files_;
+    std::map<FileHandle, Handle> handles_;
+    std::map<std::string, int> forbidden_;
+    std::vector<Fault> faults_;
+    std::map<FileCall, std::vector<Fault>> kindFaults_;
+    std::map<FileCall, std::size_t> kindCounts_;
+    std::map<std::size_t, Shortening> shortenings_;
+    FileHandle nextHandle_ = 3;
+    unsigned nextUnique_ = 0x1A2B;
+    int lastError_ = 0;
+};
+
+}  // namespace mod2neu

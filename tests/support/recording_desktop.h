@@ -1,0 +1,84 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/desktop.h"
+
+namespace mod2neu {
+
+// A message box as it was shown.
+struct ShownBox {
+    WindowHandle owner = kNoWindow;
+    std::string text;
+    std::string caption;
+    BoxModality modality = BoxModality::kTask;
+    BoxIcon icon = BoxIcon::kNone;
+};
+
+struct ShownTitle {
+    WindowHandle window = kNoWindow;
+    std::string title;
+};
+
+// A desktop without a screen: records what it is asked to show and answers as the test says.
+// It is the desktop in use from construction to destruction.
+class RecordingDesktop final : public Desktop {
+  public:
+    static constexpr WindowHandle kDesktop = 65556;
+
+    RecordingDesktop();
+    ~RecordingDesktop() override;
+
+    // What the test decides.
+    std::uint32_t versionWord = 10;
+    std::set<WindowHandle> liveWindows;  // beside the desktop window
+    WindowHandle activeWindow = kNoWindow;
+    std::deque<std::optional<OpenFileAnswer>> answers;  // of the open dialog; cancel when empty
+    std::function<void(const ShownBox&)> onBox;         // runs while the box is up
+
+    // What was shown.
+    std::vector<ShownTitle> titles;
+    std::vector<ShownBox> boxes;
+    std::vector<OpenFileRequest> openRequests;
+    std::vector<WindowHandle> activated;
+    std::vector<std::string> statusLines;  // every text that item 30003 got, in order
+    std::map<int, std::string> items;
+    int statusDialogs = 0;
+    WindowHandle statusParent = kNoWindow;
+    std::string statusCaption;
+    std::string statusGroup;
+    int shutdowns = 0;
+
+    // The user closes the status window.
+    void CloseStatusDialog() { statusUp_ = false; }
+
+    // Texts of the boxes alone, for comparison as a whole.
+    [[nodiscard]] std::vector<std::string> BoxTexts() const;
+
+    std::uint32_t VersionWord() override { return versionWord; }
+    WindowHandle DesktopWindow() override { return kDesktop; }
+    bool IsWindow(WindowHandle window) override;
+    void SetWindowTitle(WindowHandle window, const std::string& title) override;
+    void SetActiveWindow(WindowHandle window) override { activated.push_back(window); }
+    WindowHandle ActiveWindow() override { return activeWindow; }
+    void CreateStatusDialog(WindowHandle parent, const std::string& caption,
+                            const std::string& groupText) override;
+    bool StatusDialogExists() override { return statusUp_; }
+    void SetItemText(int item, const std::string& text) override;
+    std::string ItemText(int item, std::size_t limit) override;
+    void MessageBox(WindowHandle owner, const std::string& text, const std::string& caption,
+                    BoxModality modality, BoxIcon icon) override;
+    std::optional<OpenFileAnswer> AskOpenFile(const OpenFileRequest& request) override;
+    void Shutdown() override;
+
+  private:
+    Desktop* previous_;
+    bool statusUp_ = false;
+};
+
+}  // namespace mod2neu

@@ -7,8 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "neutral/decimal_exponent.h"
-#include "neutral/real_format.h"
+#include "neutral/real_notation.h"
 
 namespace mod2neu {
 namespace {
@@ -217,14 +216,6 @@ char* AppendNotFinite(char* out, double value) {
     return AppendText(out, value < 0 ? "-inf" : "inf");
 }
 
-// Characters that fixed notation needs for `digits` significant digits of a number.
-int FixedLength(int exponent, int digits, bool negative) {
-    const int length = exponent >= digits ? exponent + 2
-                       : exponent < 0     ? digits - exponent
-                                          : digits + 1;
-    return length + (negative ? 1 : 0);
-}
-
 // Second attempt of a number whose text is `over` characters too long. A count below 1, which
 // widths of 1 and 2 give, prints one digit.
 void PrintShorter(RealText& text, double value, int width, int digits, int over) {
@@ -241,14 +232,6 @@ void PrintShorter(RealText& text, double value, int width, int digits, int over)
     }
 }
 
-int EffectiveDigits(std::int32_t digits, int width, bool negative) {
-    if (digits > 0) {
-        return std::min(digits, kMaxDigits);
-    }
-    constexpr int kMostDigitsOfWidth = 12;
-    return std::min(width - (negative ? 2 : 1), kMostDigitsOfWidth);
-}
-
 }  // namespace
 
 char* AppendPlainReal(char* out, double value, std::int32_t width, std::int32_t digits) {
@@ -260,13 +243,13 @@ char* AppendPlainReal(char* out, double value, std::int32_t width, std::int32_t 
         return AppendText(out, "0.");
     }
     const bool negative = value < 0;
-    const int room = width <= 0 || width > kMaxRealText ? kMaxRealText : width;
-    const int count = EffectiveDigits(digits, room, negative);
+    const int room = EffectiveWidth(width);
+    const int count = std::min(EffectiveDigits(digits, room, negative), kMaxDigits);
     const int exponent = TruncatedLogarithm(magnitude);
 
     RealText text;
     if (FixedLength(exponent, count, negative) <= room) {
-        text.PrintFixed(value, std::max(0, count - exponent - 1));
+        text.PrintFixed(value, FixedDecimals(exponent, count));
         text.TrimTrailingZeros();
     } else {
         text.PrintGeneral(value, std::max(count, 1));

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "neutral/plain_real.h"
+#include "neutral/scaled_real.h"
+#include "neutral/short_real.h"
 
 namespace mod2neu {
 namespace {
@@ -35,6 +37,15 @@ const char* FormatReal(double value, std::int32_t width, std::int32_t digits) {
 }
 
 char* AppendReal(char* out, double value, std::int32_t width, std::int32_t digits) {
+    if (width != realPlan.width || digits != realPlan.digits) [[unlikely]] {
+        PlanReals(width, digits);
+    }
+    if (char* end = AppendShortReal(out, value, realPlan)) [[likely]] {
+        return end;
+    }
+    if (char* end = AppendScaledReal(out, value, width, digits)) {
+        return end;
+    }
     return AppendPlainReal(out, value, width, digits);
 }
 

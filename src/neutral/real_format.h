@@ -7,6 +7,10 @@ namespace mod2neu {
 // Longest text of a real number in characters.
 constexpr int kMaxRealText = 29;
 
+// The settings of a run that asks for no others.
+constexpr std::int32_t kDefaultRealDigits = 8;
+constexpr std::int32_t kDefaultRealWidth = 15;
+
 // The shortest text of `value` that shows `digits` significant digits within `width` characters:
 // fixed notation without trailing zeros while it fits, exponent notation with 'E' when it does
 // not. Returns a zero-terminated text in one of 15 slots, valid until ResetRealBuffers; the 16th

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+
+#include "neutral/real_format.h"
 
 namespace mod2neu {
 
@@ -73,6 +77,32 @@ constexpr int TruncatedLogarithm(double magnitude) {
         ++exponent;
     }
     return exponent;
+}
+
+// The width that counts: one that no text could have stands for the longest.
+constexpr int EffectiveWidth(std::int32_t width) {
+    return width <= 0 || width > kMaxRealText ? kMaxRealText : width;
+}
+
+// The digit count that counts: without one, as many digits as the width has room for. Widths of 1
+// and 2 leave none, or less.
+constexpr int EffectiveDigits(std::int32_t digits, int width, bool negative) {
+    constexpr int kMostDigitsOfWidth = 12;
+    return digits > 0 ? digits : std::min(width - (negative ? 2 : 1), kMostDigitsOfWidth);
+}
+
+// Characters that fixed notation is taken to need for a number of that logarithm. Below 1 the
+// point is not counted.
+constexpr int FixedLength(int logarithm, int digits, bool negative) {
+    const int length = logarithm >= digits ? logarithm + 2
+                       : logarithm < 0     ? digits - logarithm
+                                           : digits + 1;
+    return length + (negative ? 1 : 0);
+}
+
+// Decimals that show `digits` significant digits of a number of that logarithm.
+constexpr int FixedDecimals(int logarithm, int digits) {
+    return std::max(0, digits - logarithm - 1);
 }
 
 }  // namespace mod2neu

@@ -1,0 +1,69 @@
+// Compares the text of reals with the slow reference over as many values of every kind as asked.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "neutral/real_format.h"
+#include "support/real_samples.h"
+#include "support/reference_reals.h"
+
+namespace mod2neu {
+namespace {
+
+struct Setting {
+    std::int32_t width;
+    std::int32_t digits;
+};
+
+bool Agrees(double value, const Setting& setting) {
+    char text[kMaxRealText + 1];
+    *AppendReal(text, value, setting.width, setting.digits) = '\0';
+    const std::string wanted = ReferenceReal(value, setting.width, setting.digits);
+    if (wanted == text) {
+        return true;
+    }
+    std::printf("%a with width %d and %d digits: \"%s\", should be \"%s\"\n", value, setting.width,
+                setting.digits, text, wanted.c_str());
+    return false;
+}
+
+std::int64_t CountFaults(RealKind kind, std::int64_t values, const Setting& setting) {
+    RealSamples samples(kind, static_cast<std::uint64_t>(setting.digits) + 1);
+    std::int64_t faults = 0;
+    for (std::int64_t i = 0; i < values && faults < 20; ++i) {
+        faults += Agrees(samples.Next(), setting) ? 0 : 1;
+    }
+    return faults;
+}
+
+// The faults found in all kinds of values.
+std::int64_t CheckAll(std::int64_t values) {
+    std::int64_t faults = 0;
+    for (const RealKind kind : kAllRealKinds) {
+        const std::int64_t found = CountFaults(kind, values, {15, 8});
+        std::printf("%-12s 8 digits: %lld values, %lld faults\n", NameOf(kind),
+                    static_cast<long long>(values), static_cast<long long>(found));
+        std::fflush(stdout);
+        faults += found;
+        std::int64_t others = 0;
+        for (std::int32_t digits = -8; digits <= 32; ++digits) {
+            others += CountFaults(kind, values / 40, {digits + 7, digits});
+        }
+        std::printf("%-12s -8 to 32 digits: %lld values, %lld faults\n", NameOf(kind),
+                    static_cast<long long>(values / 40 * 41), static_cast<long long>(others));
+        std::fflush(stdout);
+        faults += others;
+    }
+    return faults;
+}
+
+}  // namespace
+}  // namespace mod2neu
+
+int main(int argc, char** argv) {
+    const std::int64_t values = argc > 1 ? std::atoll(argv[1]) : 1000000;
+    return mod2neu::CheckAll(values) == 0 ? 0 : 1;
+}

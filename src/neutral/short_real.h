@@ -1,0 +1,100 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#include "neutral/decimal_text.h"
+
+namespace mod2neu {
+
+// Reals of at most eight digits in fixed notation, which nearly all are, in straight integer code.
+//
+// A double is m * 2^b with integers m and b. Rounded to d decimals it is the integer R nearest to
+// m * 10^d * 2^b, whose digits are the text but for its point. Neighbours between two powers of
+// two, on one side of a power of ten, have b and d in common; they share a row of a table. The row
+// holds 10^d * 2^b, scaled by a power of two, as an exact 64-bit integer: its product with m is
+// exact, R stands at a fixed place of it, and the bits behind R decide the rounding, ties
+// included. Since R is below 10^8, eight digits in one word, the zeros at its end are counted
+// and the point is put in without looping or branching.
+
+// How the numbers of one row are written. `factor` is such that bits 96 and up of its product with
+// the left-aligned mantissa are R.
+struct RealRow {
+    std::uint64_t factor = ~std::uint64_t{0};
+    std::uint32_t limit = 0;     // R from here on is not for this row
+    std::uint8_t justify = 0;    // bits by which the digit word is moved to its first digit
+    std::uint8_t sign = 0;       // characters of the sign
+    std::uint8_t fraction = 0;   // 1 when the text starts with "0." and zeros
+    std::uint8_t tail = 0;       // where the second of two words is stored
+    std::uint8_t tailShift = 0;  // bits of the digit word in front of the tail
+    std::uint8_t extra = 0;      // length of the text beyond its significant digits,
+    std::uint8_t least = 0;      // and at least
+};
+
+// Binary exponents, as doubles hold them, that have rows of their own: from below kSmallestReal to
+// above 10^8. All others count as the outermost ones.
+constexpr int kFirstBinade = 1023 - 51;
+constexpr int kBinades = 80;
+
+// Rows for one pair of width and digit count.
+struct RealPlan {
+    std::int32_t width;
+    std::int32_t digits;
+    // The smallest magnitude of each binade, as bits, that takes the second of its rows.
+    std::array<std::uint64_t, kBinades> second;
+    // By binade, twofold; first those of positive numbers.
+    std::array<RealRow, 4 * kBinades> rows;
+};
+
+constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
+
+// The text of a number that has a row in `plan`, at `out`, which has room for kMaxRealText
+// characters. Returns its end; nullptr when the number has none.
+inline char* AppendShortReal(char* out, double value, const RealPlan& plan) {
+    constexpr int kMantissaBits = 52;
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    const std::uint64_t magnitude = bits & ~kSignBit;
+    int binade = static_cast<int>(magnitude >> kMantissaBits) - kFirstBinade;
+    binade = binade < 0 ? 0 : binade;
+    binade = binade < kBinades ? binade : kBinades - 1;
+    const auto index = static_cast<std::size_t>(binade);
+    const RealRow& row = plan.rows[(bits >> 63) * (2 * kBinades) + 2 * index +
+                                   (magnitude >= plan.second[index] ? 1 : 0)];
+
+    __extension__ using Product = unsigned __int128;
+    const Product product = Product{kSignBit | (bits << 11)} * row.factor;
+    constexpr std::uint64_t kHalf = std::uint64_t{1} << 31;
+    const std::uint64_t rounded = static_cast<std::uint64_t>(product >> 64) + kHalf;
+    auto number = static_cast<std::uint32_t>(rounded >> 32);
+    if (number >= row.limit) [[unlikely]] {
+        return nullptr;
+    }
+    if (static_cast<std::uint32_t>(rounded) == 0 && static_cast<std::uint64_t>(product) == 0)
+        [[unlikely]] {
+        number &= ~std::uint32_t{1};
+    }
+
+    const DigitWord digits = EightDigits(number) >> row.justify;
+    const int length = SignificantDigits(digits) + row.extra;
+    const std::uint64_t text = digits | kAsciiZeros;
+    const std::uint64_t fraction = std::uint64_t{0} - row.fraction;
+    constexpr std::uint64_t kZeroPointZeros = 0x303030303030'2E'30;
+    const std::uint64_t head = (text & ~fraction) | (kZeroPointZeros & fraction);
+    const std::uint64_t tail = ((text >> row.tailShift) & (fraction | ~std::uint64_t{0xFF})) |
+                               (std::uint64_t{'.'} & ~fraction);
+    *out = '-';
+    out += row.sign;
+    StoreWord(out, head);
+    StoreWord(out + row.tail, tail);
+    return out + (length > row.least ? length : row.least);
+}
+
+// The plan of the last settings; of the defaults at first.
+extern RealPlan realPlan;
+
+// Makes realPlan the one for `width` and `digits`.
+void PlanReals(std::int32_t width, std::int32_t digits);
+
+}  // namespace mod2neu

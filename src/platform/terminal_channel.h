@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/terminal_frame.h"
+
+namespace mod2neu {
+
+// The two ends of a dialogue with the user: what he types, and standard error. Output that cannot
+// be delivered is dropped; there is nobody left to tell.
+class TerminalChannel {
+  public:
+    TerminalChannel(int input, int error);
+
+    // A person sits there: both ends are terminals, this process is in the foreground, and the
+    // terminal can move its cursor.
+    [[nodiscard]] bool IsInteractive() const { return interactive_; }
+
+    // Standard error is a terminal that understands escape sequences.
+    [[nodiscard]] bool ShowsTitle() const { return screenThere_; }
+
+    // The screen as it is at this moment.
+    [[nodiscard]] Screen CurrentScreen() const;
+
+    // Sends `text` with one write(2), or more when the host takes less at a time.
+    void Send(const std::string& text) const;
+
+    // The next line without its end; nothing at the end of input. A line longer than kMaxLine ends
+    // there. Never reads beyond the line, which leaves the rest to whoever reads next.
+    static constexpr std::size_t kMaxLine = 4096;
+    [[nodiscard]] std::optional<std::string> ReadLine() const;
+
+    [[nodiscard]] int Input() const { return input_; }
+    [[nodiscard]] int Error() const { return error_; }
+
+  private:
+    int input_;
+    int error_;
+    bool screenThere_;
+    bool interactive_;
+};
+
+}  // namespace mod2neu

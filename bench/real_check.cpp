@@ -19,7 +19,7 @@ struct Setting {
 };
 
 bool Agrees(double value, const Setting& setting) {
-    char text[kMaxRealText + 1];
+    char text[kRealRoom];
     *AppendReal(text, value, setting.width, setting.digits) = '\0';
     const std::string wanted = ReferenceReal(value, setting.width, setting.digits);
     if (wanted == text) {

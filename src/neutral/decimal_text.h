@@ -6,7 +6,7 @@
 
 namespace mod2neu {
 
-// Eight decimal digits in one word, the first in its lowest byte.
+// Eight decimal digits in one word, the last in its lowest byte.
 using DigitWord = std::uint64_t;
 
 constexpr DigitWord kAsciiZeros = 0x3030303030303030;
@@ -15,22 +15,23 @@ constexpr DigitWord kAsciiZeros = 0x3030303030303030;
 constexpr DigitWord EightDigits(std::uint32_t value) {
     // Halves of four digits, then quarters of two, then single digits, all lanes at once; each
     // lane is divided by a multiplication whose error stays below one.
-    const std::uint64_t thousands = value / 10000;
-    const std::uint64_t fours = thousands + ((std::uint64_t{value} - thousands * 10000) << 32);
+    const std::uint64_t thousands = std::uint64_t{value} * 0xD1B71759 >> 45;
+    const std::uint64_t fours = value + thousands * ((std::uint64_t{1} << 32) - 10000);
     const std::uint64_t hundreds = ((fours * 5243) >> 19) & 0x0000007F'0000007F;
-    const std::uint64_t twos = hundreds + ((fours - hundreds * 100) << 16);
+    const std::uint64_t twos = fours + hundreds * ((1 << 16) - 100);
     const std::uint64_t tens = ((twos * 103) >> 10) & 0x000F000F'000F000F;
-    return tens + ((twos - tens * 10) << 8);
+    return twos + tens * ((1 << 8) - 10);
 }
 
-// Digits up to the last that is not zero; 1 for a word of zeros.
-constexpr int SignificantDigits(DigitWord digits) {
-    return 8 - std::countl_zero(digits | 1) / 8;
+// Zeros at the end of the digits; 7 when all are zero.
+constexpr unsigned TrailingZeros(DigitWord digits) {
+    constexpr DigitWord kFirstDigit = DigitWord{1} << 56;
+    return static_cast<unsigned>(std::countr_zero(digits | kFirstDigit)) / 8;
 }
 
-// Writes eight characters, the lowest byte first.
-inline void StoreWord(char* out, std::uint64_t characters) {
-    if constexpr (std::endian::native == std::endian::big) {
+// Writes eight characters, the one in the highest byte first.
+inline void StoreText(char* out, std::uint64_t characters) {
+    if constexpr (std::endian::native == std::endian::little) {
         characters = __builtin_bswap64(characters);
     }
     std::memcpy(out, &characters, sizeof characters);

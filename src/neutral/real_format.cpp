@@ -18,6 +18,19 @@ struct RealBuffers {
 
 RealBuffers buffers;
 
+// Out of line, so that the common case keeps its registers.
+[[gnu::noinline]] char* AppendOtherReal(char* out, double value, std::int32_t width,
+                                        std::int32_t digits) {
+    if (width != realPlan.width || digits != realPlan.digits) {
+        PlanReals(width, digits);
+        return AppendReal(out, value, width, digits);
+    }
+    if (char* end = AppendScaledReal(out, value, width, digits)) {
+        return end;
+    }
+    return AppendPlainReal(out, value, width, digits);
+}
+
 }  // namespace
 
 void ResetRealBuffers() {
@@ -31,22 +44,21 @@ const char* FormatReal(double value, std::int32_t width, std::int32_t digits) {
         std::memcpy(buffers.slots[buffers.current], kOverrun, sizeof kOverrun);
         return buffers.slots[buffers.current];
     }
+    char text[kRealRoom];
+    const auto length = static_cast<std::size_t>(AppendReal(text, value, width, digits) - text);
     char* slot = buffers.slots[++buffers.current];
-    *AppendReal(slot, value, width, digits) = '\0';
+    std::memcpy(slot, text, length);
+    slot[length] = '\0';
     return slot;
 }
 
 char* AppendReal(char* out, double value, std::int32_t width, std::int32_t digits) {
-    if (width != realPlan.width || digits != realPlan.digits) [[unlikely]] {
-        PlanReals(width, digits);
+    if (width == realPlan.width && digits == realPlan.digits) [[likely]] {
+        if (char* end = AppendShortReal(out, value, realPlan)) [[likely]] {
+            return end;
+        }
     }
-    if (char* end = AppendShortReal(out, value, realPlan)) [[likely]] {
-        return end;
-    }
-    if (char* end = AppendScaledReal(out, value, width, digits)) {
-        return end;
-    }
-    return AppendPlainReal(out, value, width, digits);
+    return AppendOtherReal(out, value, width, digits);
 }
 
 }  // namespace mod2neu

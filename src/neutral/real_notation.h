@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -15,7 +16,7 @@ constexpr double kSmallestReal = 1e-15;
 // Truncated decimal logarithms that can still decide between the notations; no width lets a larger
 // one into fixed notation.
 constexpr int kMaxLogarithm = 31;
-constexpr int kMinLogarithm = -16;
+constexpr int kMinLogarithm = -15;
 
 // The smallest double whose logarithm, rounded to a double, is at least 1, 2, 3, ... Most lie a few
 // units in the last place below the power of ten, since the logarithm is flatter than its argument.
@@ -58,25 +59,30 @@ constexpr std::array<double, -kMinLogarithm> kLastOfLogarithm = {
     0x1.999999999999ap-4,  0x1.47ae147ae147cp-7,  0x1.0624dd2f1a9fep-10, 0x1.a36e2eb1c4330p-14,
     0x1.4f8b588e368f6p-17, 0x1.0c6f7a0b5ed92p-20, 0x1.ad7f29abcaf50p-24, 0x1.5798ee2308c40p-27,
     0x1.12e0be826d69ep-30, 0x1.b7cdfd9d7bdcap-34, 0x1.5fd7fe17964a2p-37, 0x1.19799812dea1bp-40,
-    0x1.c25c268497691p-44, 0x1.6849b86a12ba7p-47, 0x1.203af9ee7561fp-50, 0x1.cd2b297d889ccp-54,
+    0x1.c25c268497691p-44, 0x1.6849b86a12ba7p-47, 0x1.203af9ee7561fp-50,
 };
 
 // The decimal logarithm of a positive number, as a double holds it, truncated toward zero; limited
 // to kMinLogarithm and kMaxLogarithm.
 constexpr int TruncatedLogarithm(double magnitude) {
-    int exponent = 0;
-    if (magnitude < 1) {
-        while (exponent > kMinLogarithm &&
-               magnitude <= kLastOfLogarithm[static_cast<std::size_t>(-exponent)]) {
-            --exponent;
-        }
-        return exponent;
+    constexpr int kSmallestBinary = -53;
+    constexpr int kLargestBinary = 105;
+    const int exponent = static_cast<int>(std::bit_cast<std::uint64_t>(magnitude) >> 52) - 1023;
+    const int binary = std::clamp(exponent, kSmallestBinary, kLargestBinary);
+    // The logarithm of 2 in 4096ths tells that of the power of two below the number; between that
+    // and the next there is at most one power of ten.
+    constexpr int kLogarithmOfTwo = 1233;
+    if (binary >= 0) {
+        const int least = binary * kLogarithmOfTwo / 4096;
+        return least < kMaxLogarithm &&
+                       magnitude >= kFirstOfLogarithm[static_cast<std::size_t>(least)]
+                   ? least + 1
+                   : least;
     }
-    while (exponent < kMaxLogarithm &&
-           magnitude >= kFirstOfLogarithm[static_cast<std::size_t>(exponent)]) {
-        ++exponent;
-    }
-    return exponent;
+    const int least = -binary * kLogarithmOfTwo / 4096;
+    return least > 0 && magnitude > kLastOfLogarithm[static_cast<std::size_t>(least - 1)]
+               ? 1 - least
+               : -least;
 }
 
 // The width that counts: one that no text could have stands for the longest.

@@ -1,12 +1,13 @@
 #include "neutral/scaled_real.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
 
+#include "neutral/decimal_text.h"
 #include "neutral/real_notation.h"
 
 namespace mod2neu {
@@ -14,8 +15,8 @@ namespace {
 
 __extension__ using Product = unsigned __int128;
 
-// So many digits stay below 2^63 and may still be rounded up.
-constexpr int kMostDigits = 17;
+// Two words of digits.
+constexpr int kMostDigits = 16;
 
 template <int count>
 constexpr std::array<std::uint64_t, count> PowersOf(std::uint64_t base) {
@@ -53,60 +54,71 @@ std::uint64_t RoundScaled(double magnitude, int decimals) {
     return integer + (up ? 1 : 0);
 }
 
-// Digits of a number, and how many of them stand behind the point.
-struct Decimal {
-    std::uint64_t digits;
-    int decimals;
-};
-
-// Drops the zeros at the end of the fraction.
-Decimal Trimmed(Decimal number) {
-    while (number.decimals >= 8 && number.digits % 100000000 == 0) {
-        number.digits /= 100000000;
-        number.decimals -= 8;
-    }
-    while (number.decimals > 0 && number.digits % 10 == 0) {
-        number.digits /= 10;
-        --number.decimals;
-    }
-    return number;
+// Number of decimal digits; `number` is not 0.
+int CountDigits(std::uint64_t number) {
+    constexpr int kLogarithmOfTwo = 1233;  // in 4096ths
+    const int bits = 64 - std::countl_zero(number);
+    const int guess = bits * kLogarithmOfTwo / 4096;
+    return guess + (number >= kPowersOfTen[static_cast<std::size_t>(guess)] ? 1 : 0);
 }
 
-char* AppendDigits(char* out, std::uint64_t number) {
-    return std::to_chars(out, out + kMostDigits + 1, number).ptr;
+// Sixteen characters, the first in the highest byte.
+void StoreLongText(char* out, Product characters) {
+    StoreText(out, static_cast<std::uint64_t>(characters >> 64));
+    StoreText(out + 8, static_cast<std::uint64_t>(characters));
 }
 
-// `count` digits, zeros in front included.
-char* AppendPadded(char* out, std::uint64_t number, int count) {
-    for (int i = count - 1; i >= 0; --i) {
-        out[i] = static_cast<char>('0' + number % 10);
-        number /= 10;
+// `number` * 10^-decimals with its point, without zeros at the end of the fraction. The number is
+// below 10^16.
+char* AppendPointed(char* out, std::uint64_t number, int decimals) {
+    if (number == 0) {
+        std::memcpy(out, "0.", 2);
+        return out + 2;
     }
-    return out + count;
-}
+    constexpr std::uint64_t kWord = 100000000;
+    const DigitWord high = EightDigits(static_cast<std::uint32_t>(number / kWord));
+    const DigitWord low = EightDigits(static_cast<std::uint32_t>(number % kWord));
+    const int count = CountDigits(number);
+    const Product digits = (Product{high | kAsciiZeros} << 64 | (low | kAsciiZeros))
+                           << (8 * (kMostDigits - count));
+    const int zerosAtEnd =
+        static_cast<int>(low == 0 ? 8 + TrailingZeros(high) : TrailingZeros(low));
 
-char* AppendFixed(char* out, const Decimal& number) {
-    const Decimal shown = Trimmed(number);
-    std::uint64_t integer = shown.digits;
-    std::uint64_t fraction = 0;
-    if (shown.decimals >= static_cast<int>(kPowersOfTen.size())) {
-        integer = 0;
-        fraction = shown.digits;
-    } else {
-        const std::uint64_t unit = kPowersOfTen[static_cast<std::size_t>(shown.decimals)];
-        integer = shown.digits / unit;
-        fraction = shown.digits % unit;
+    const int whole = std::max(count - decimals, 0);
+    if (whole == 0) {
+        std::memcpy(out, "0.", 2);
+        out += 2;
+        std::memset(out, '0', kMostDecimals);
+        out += decimals - count;
+        StoreLongText(out, digits);
+        return out + count - zerosAtEnd;
     }
-    out = AppendDigits(out, integer);
+    StoreLongText(out, digits);
+    out += whole;
     *out++ = '.';
-    return AppendPadded(out, fraction, shown.decimals);
+    StoreLongText(out, digits << (8 * whole - 1) << 1);
+    return out + std::max(count - whole - zerosAtEnd, 0);
 }
 
-// A mantissa of one digit before the point, and the exponent.
-char* AppendExponentForm(char* out, const Decimal& number, int exponent) {
-    out = AppendFixed(out, number);
+// A mantissa of one digit in front of the point, and a negative exponent of up to two digits.
+char* AppendExponentForm(char* out, std::uint64_t number, int digits, int exponent) {
+    out = AppendPointed(out, number, digits - 1);
     *out++ = 'E';
-    return std::to_chars(out, out + 4, exponent).ptr;
+    *out++ = '-';
+    const int size = -exponent;
+    if (size >= 10) {
+        *out++ = static_cast<char>('0' + size / 10);
+    }
+    *out++ = static_cast<char>('0' + size % 10);
+    return out;
+}
+
+char* AppendFixed(char* out, double magnitude, int decimals) {
+    if (decimals > kMostDecimals) {
+        return nullptr;
+    }
+    const std::uint64_t number = RoundScaled(magnitude, decimals);
+    return number < kPowersOfTen[kMostDigits] ? AppendPointed(out, number, decimals) : nullptr;
 }
 
 char* AppendSmall(char* out, double magnitude, int logarithm, int digits) {
@@ -121,14 +133,14 @@ char* AppendSmall(char* out, double magnitude, int logarithm, int digits) {
         ++exponent;
         number = RoundScaled(magnitude, digits - 1 - exponent);
     }
-    return AppendExponentForm(out, {number, digits - 1}, exponent);
+    return AppendExponentForm(out, number, digits, exponent);
 }
 
 }  // namespace
 
 char* AppendScaledReal(char* out, double value, std::int32_t width, std::int32_t digits) {
     const double magnitude = std::fabs(value);
-    constexpr double kTooLarge = 1e17;
+    constexpr double kTooLarge = 1e16;
     if (!(magnitude >= kSmallestReal && magnitude < kTooLarge)) {
         return nullptr;
     }
@@ -139,24 +151,15 @@ char* AppendScaledReal(char* out, double value, std::int32_t width, std::int32_t
         return nullptr;
     }
     const int logarithm = TruncatedLogarithm(magnitude);
-    std::array<char, 64> text;
+    *out = '-';
+    char* const start = out + (negative ? 1 : 0);
     char* end = nullptr;
-    text[0] = '-';
-    char* start = text.data() + (negative ? 1 : 0);
     if (FixedLength(logarithm, count, negative) <= room) {
-        const int decimals = FixedDecimals(logarithm, count);
-        if (decimals <= kMostDecimals) {
-            end = AppendFixed(start, {RoundScaled(magnitude, decimals), decimals});
-        }
+        end = AppendFixed(start, magnitude, FixedDecimals(logarithm, count));
     } else if (logarithm <= -2) {
         end = AppendSmall(start, magnitude, logarithm, count);
     }
-    if (end == nullptr || end - text.data() > room) {
-        return nullptr;
-    }
-    const auto length = static_cast<std::size_t>(end - text.data());
-    std::memcpy(out, text.data(), length);
-    return out + length;
+    return end != nullptr && end - out <= room ? end : nullptr;
 }
 
 }  // namespace mod2neu

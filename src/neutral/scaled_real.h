@@ -4,8 +4,8 @@
 
 namespace mod2neu {
 
-// The text of a number that has at most 17 digits up to its last decimal, or a negative exponent,
-// at `out`, which has room for kMaxRealText characters. Returns its end; nullptr for a number that
+// The text of a number that has at most 16 digits up to its last decimal, or a negative exponent,
+// at `out`, which has room for kRealRoom characters. Returns its end; nullptr for a number that
 // must take the plain road.
 char* AppendScaledReal(char* out, double value, std::int32_t width, std::int32_t digits);
 

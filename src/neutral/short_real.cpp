@@ -34,7 +34,7 @@ constexpr RealRow ZeroRow() {
     row.limit = 1;
     row.tail = 1;
     row.least = 2;
-    row.extra = 1;
+    row.longest = 9;
     return row;
 }
 
@@ -76,7 +76,7 @@ constexpr RealRow MakeRow(const RealRange& range, int width, std::int32_t digitS
     row.fraction = static_cast<std::uint8_t>(logarithm < 0);
     row.tail = static_cast<std::uint8_t>(logarithm < 0 ? 1 - logarithm : 1 + logarithm);
     row.tailShift = static_cast<std::uint8_t>(logarithm < 0 ? 0 : 8 * logarithm);
-    row.extra = static_cast<std::uint8_t>(logarithm < 0 ? 1 - logarithm : 1);
+    row.longest = static_cast<std::uint8_t>(logarithm < 0 ? 9 - logarithm : 9);
     row.least = static_cast<std::uint8_t>(logarithm < 0 ? 0 : 2 + logarithm);
     return row;
 }

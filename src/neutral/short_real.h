@@ -29,8 +29,8 @@ struct RealRow {
     std::uint8_t fraction = 0;   // 1 when the text starts with "0." and zeros
     std::uint8_t tail = 0;       // where the second of two words is stored
     std::uint8_t tailShift = 0;  // bits of the digit word in front of the tail
-    std::uint8_t extra = 0;      // length of the text beyond its significant digits,
-    std::uint8_t least = 0;      // and at least
+    std::uint8_t longest = 0;    // length of the text with all zeros at its end, without a sign,
+    std::uint8_t least = 0;      // and with none
 };
 
 // Binary exponents, as doubles hold them, that have rows of their own: from below kSmallestReal to
@@ -50,7 +50,7 @@ struct RealPlan {
 
 constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
 
-// The text of a number that has a row in `plan`, at `out`, which has room for kMaxRealText
+// The text of a number that has a row in `plan`, at `out`, which has room for kRealRoom
 // characters. Returns its end; nullptr when the number has none.
 inline char* AppendShortReal(char* out, double value, const RealPlan& plan) {
     constexpr int kMantissaBits = 52;
@@ -76,18 +76,20 @@ inline char* AppendShortReal(char* out, double value, const RealPlan& plan) {
         number &= ~std::uint32_t{1};
     }
 
-    const DigitWord digits = EightDigits(number) >> row.justify;
-    const int length = SignificantDigits(digits) + row.extra;
+    const DigitWord digits = EightDigits(number) << row.justify;
     const std::uint64_t text = digits | kAsciiZeros;
     const std::uint64_t fraction = std::uint64_t{0} - row.fraction;
-    constexpr std::uint64_t kZeroPointZeros = 0x303030303030'2E'30;
-    const std::uint64_t head = (text & ~fraction) | (kZeroPointZeros & fraction);
-    const std::uint64_t tail = ((text >> row.tailShift) & (fraction | ~std::uint64_t{0xFF})) |
-                               (std::uint64_t{'.'} & ~fraction);
+    constexpr std::uint64_t kZeroPointZeros = 0x30'2E'303030303030;
+    constexpr std::uint64_t kFirst = std::uint64_t{0xFF} << 56;
+    constexpr std::uint64_t kPoint = std::uint64_t{'.'} << 56;
+    const std::uint64_t head = fraction != 0 ? kZeroPointZeros : text;
+    const std::uint64_t tail =
+        ((text << row.tailShift) & (fraction | ~kFirst)) | (kPoint & ~fraction);
     *out = '-';
     out += row.sign;
-    StoreWord(out, head);
-    StoreWord(out + row.tail, tail);
+    StoreText(out, head);
+    StoreText(out + row.tail, tail);
+    const unsigned length = row.longest - TrailingZeros(digits);
     return out + (length > row.least ? length : row.least);
 }
 

@@ -233,4 +233,13 @@ int EntityRecordsPerBlock(int code);
 // Empty for a type without a name and for codes outside 0 to 111.
 const std::string& EntityTypeName(int code);
 
+// The place declared with one of the three negative codes; nullptr before.
+std::uint8_t* DeclaredPlace(int code);
+
+// Bytes of the header record as declared; 0 before.
+int DeclaredHeaderSize();
+
+// Forgets all declarations and names.
+void ResetCatalogue();
+
 }  // namespace mod2neu

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "database/block_place.h"
 #include "database/catalogue.h"
 
 namespace mod2neu {
@@ -22,8 +23,7 @@ enum class SeekMode {
 
 // Copies the record into `buffer`, which has room for one record of `type`. False, with the
 // buffer untouched, when there is no such record.
-[[nodiscard]] bool GetRecord(EntityType type, std::int32_t database, std::int32_t id,
-                             void* buffer);
+[[nodiscard]] bool GetRecord(EntityType type, std::int32_t database, std::int32_t id, void* buffer);
 
 // The record's bytes in the cache, valid until the next call into the database; nullptr when
 // there is no such record.
@@ -68,10 +68,18 @@ class RecordWalk {
     [[nodiscard]] std::int32_t Id() const { return id_; }
 
   private:
+    const std::uint8_t* NextInBlock();
+    const std::uint8_t* EnterNextBlock();
+
     EntityType type_;
     std::int32_t database_;
     std::int32_t id_;
-    bool started_ = false;
+    SeekMode mode_ = SeekMode::kAtOrAfter;
+    int recordSize_;
+    int slots_;
+    // The block that holds the record `id_`, as long as its header still says so.
+    BlockPlace block_;
+    std::int32_t blockStart_ = 0;
 };
 
 }  // namespace mod2neu

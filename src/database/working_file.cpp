@@ -1,0 +1,63 @@
+#include "database/working_file.h"
+
+#include "database/block_format.h"
+
+namespace mod2neu {
+
+namespace {
+
+struct WorkingFileState {
+    ScopedFile file;
+    std::string path;
+};
+
+WorkingFileState working;
+
+bool SeekToBlock(std::uint32_t block) {
+    const std::int64_t position = std::int64_t{block} * kBlockSize;
+    return Files().Seek(working.file.Get(), position, SeekOrigin::kBegin) == position;
+}
+
+}  // namespace
+
+void AttachWorkingFile(FileHandle file, const std::string& path) {
+    working.file.Reset(file);
+    working.path = path;
+}
+
+std::int64_t ReadWorkingFile(std::uint32_t block, void* buffer, std::size_t size) {
+    return SeekToBlock(block) ? Files().Read(working.file.Get(), buffer, size) : -1;
+}
+
+bool WriteWorkingFile(std::uint32_t block, const void* data, std::size_t size) {
+    return SeekToBlock(block) &&
+           Files().Write(working.file.Get(), data, size) == static_cast<std::int64_t>(size);
+}
+
+std::int64_t WorkingFileSize() {
+    return Files().Size(working.file.Get());
+}
+
+const std::string& WorkingFilePath() {
+    return working.path;
+}
+
+bool CloseWorkingFile() {
+    return working.file.Close();
+}
+
+bool ReopenWorkingFile() {
+    working.file.Reset(Files().Open(working.path, WorkingFileMode(FileAccess::kReadWrite)));
+    return working.file.IsOpen();
+}
+
+OpenMode WorkingFileMode(FileAccess access) {
+    OpenMode mode;
+    mode.access = access;
+    mode.sharing = FileSharing::kExclusive;
+    mode.pattern = AccessPattern::kRandom;
+    mode.ownerOnly = access == FileAccess::kCreate;
+    return mode;
+}
+
+}  // namespace mod2neu

@@ -96,16 +96,16 @@ std::optional<std::string> ExistingFile(const std::string& typed, const OpenFile
         return path;
     }
     const std::string file = path.substr(path.find_last_of("/\\") + 1);
+    if (file.empty() || Files().LastError() == kSharingViolation) {
+        return std::nullopt;
+    }
     std::string other = path;
     if (file.back() == '.') {
         other.pop_back();
     } else if (file.find('.') == std::string::npos) {
         other += DefaultExtension(request);
     }
-    return Files().LastError() != kSharingViolation && other != path && !file.empty() &&
-                   Files().Exists(other)
-               ? std::optional(other)
-               : std::nullopt;
+    return other != path && Files().Exists(other) ? std::optional(other) : std::nullopt;
 }
 
 // The name that a number of the list stands for; other texts are names themselves.

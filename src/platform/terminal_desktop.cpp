@@ -140,6 +140,7 @@ void TerminalDesktop::Shutdown() {
 // by a change of its width, and not pushed up by the shell while the program was stopped.
 bool TerminalDesktop::CanGoUp(std::size_t lines, const Screen& screen) {
     if (TakeResumed()) {
+        ShowTyping();
         HideTyping();
         return false;
     }

@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+#include "platform/posix_file_services.h"
+#include "platform/scratch_directory.h"
+
+namespace mod2neu {
+namespace {
+
+// The faults in force, reached from plain functions that stand in for the host's calls.
+struct Faults {
+    long calls = 0;
+    long failing = 0;  // number of the call to fail, from 1
+    int error = 0;
+    bool advice = false;             // the call that failed was a mere hint
+    std::size_t largest = SIZE_MAX;  // bytes that one read or write moves
+};
+
+Faults faults;
+
+bool Strikes() {
+    if (++faults.calls != faults.failing) {
+        return false;
+    }
+    errno = faults.error;
+    return true;
+}
+
+template <auto member, typename... Arguments>
+auto Call(Arguments... arguments) {
+    using Result = decltype((HostCalls().*member)(arguments...));
+    return Strikes() ? Result{-1} : (HostCalls().*member)(arguments...);
+}
+
+int CloseAndStrike(int fd) {
+    const int result = ::close(fd);
+    return Strikes() ? -1 : result;
+}
+
+PosixCalls FaultyCalls() {
+    PosixCalls calls = HostCalls();
+    calls.open = Call<&PosixCalls::open, const char*, int, mode_t>;
+    calls.close = CloseAndStrike;
+    calls.control = Call<&PosixCalls::control, int, int, int>;
+    calls.lock = Call<&PosixCalls::lock, int, int>;
+    calls.statusOf = Call<&PosixCalls::statusOf, int, struct stat*>;
+    calls.statusAt = Call<&PosixCalls::statusAt, const char*, struct stat*>;
+    calls.statusOfLink = Call<&PosixCalls::statusOfLink, const char*, struct stat*>;
+    calls.changeMode = Call<&PosixCalls::changeMode, int, mode_t>;
+    calls.truncate = Call<&PosixCalls::truncate, int, off_t>;
+    calls.seek = Call<&PosixCalls::seek, int, off_t, int>;
+    calls.unlink = Call<&PosixCalls::unlink, const char*>;
+    calls.read = [](int fd, void* buffer, std::size_t size) {
+        return Strikes() ? -1 : ::read(fd, buffer, std::min(size, faults.largest));
+    };
+    calls.write = [](int fd, const void* data, std::size_t size) {
+        return Strikes() ? -1 : ::write(fd, data, std::min(size, faults.largest));
+    };
+    calls.advise = [](int, off_t, off_t, int) {
+        faults.advice = faults.advice || Strikes();
+        return 0;
+    };
+    return calls;
+}
+
+class PosixFaults : public ::testing::Test {
+  protected:
+    // Every operation of the services in one road: a stale scratch file is taken over, written,
+    // read back, looked at and deleted. True when all of it succeeds with the right results.
+    bool Road(PosixFileServices& files) {
+        const std::string scratch = directory_.Write("model.scr", "stale");
+        ::chmod(scratch.c_str(), 0644);
+        return WriteAndReadBack(files, scratch) && LookAndDelete(files, scratch);
+    }
+
+    static bool WriteAndReadBack(PosixFileServices& files, const std::string& path) {
+        const std::string text(70000, 't');
+        std::string back(text.size() + 10, '?');
+        const FileHandle file = files.Open(
+            path, {FileAccess::kCreate, FileSharing::kExclusive, AccessPattern::kSequential, true});
+        if (file == kNoFile) {
+            return false;
+        }
+        const bool good = files.Write(file, text.data(), text.size()) == std::int64_t{70000} &&
+                          files.Seek(file, 0, SeekOrigin::kBegin) == 0 &&
+                          files.Size(file) == 70000 &&
+                          files.Read(file, back.data(), back.size()) == std::int64_t{70000} &&
+                          back.compare(0, text.size(), text) == 0;
+        return files.Close(file) && good;
+    }
+
+    bool LookAndDelete(PosixFileServices& files, const std::string& path) {
+        std::string name;
+        const FileHandle plain = files.Open(directory_ / "plain", {FileAccess::kCreate});
+        return plain != kNoFile && files.Close(plain) && files.Exists(path) &&
+               files.SameFile(path, path) &&
+               files.MakeTempFile(directory_.Path(), "SOL", 0, &name) != 0 && files.Delete(name) &&
+               files.Delete(path);
+    }
+
+    static std::size_t OpenDescriptors() {
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+    }
+
+    // Runs the road with `error` at its first call, then at its second, and so on; the number of
+    // calls that it has.
+    template <typename Check>
+    long Sweep(int error, std::size_t largest, Check check) {
+        const PosixCalls calls = FaultyCalls();
+        long call = 1;
+        for (;; ++call) {
+            faults = {};
+            faults.failing = call;
+            faults.error = error;
+            faults.largest = largest;
+            const std::size_t before = OpenDescriptors();
+            PosixFileServices files(calls);
+            const bool succeeded = Road(files);
+            EXPECT_EQ(before, OpenDescriptors()) << "descriptor leaked at call " << call;
+            if (faults.calls < call) {
+                EXPECT_TRUE(succeeded);
+                return call - 1;
+            }
+            SCOPED_TRACE("error " + std::to_string(error) + " at call " + std::to_string(call));
+            check(succeeded, files);
+        }
+    }
+
+    ScratchDirectory directory_;
+};
+
+TEST_F(PosixFaults, InterruptionsAndSmallStepsAreInvisible) {
+    for (const std::size_t largest : {SIZE_MAX, std::size_t{4096}}) {
+        const long calls = Sweep(
+            EINTR, largest, [](bool succeeded, PosixFileServices&) { EXPECT_TRUE(succeeded); });
+        EXPECT_GT(calls, largest == SIZE_MAX ? 25 : 50);
+    }
+}
+
+TEST_F(PosixFaults, EveryFailureIsReportedWithItsReason) {
+    for (const int error : {EIO, ENOSPC, EACCES, EPIPE}) {
+        int quiet = 0;
+        Sweep(error, SIZE_MAX, [&](bool succeeded, PosixFileServices& files) {
+            quiet += succeeded && !faults.advice ? 1 : 0;
+            if (!succeeded) {
+                EXPECT_EQ(error == EPIPE ? EIO : error, files.LastError());
+                EXPECT_NE(kSharingViolation, files.LastError());
+                EXPECT_FALSE(files.LastErrorText().empty());
+            }
+        });
+        // What was opened only to look at it (Exists once, Delete twice) has nothing to lose.
+        EXPECT_EQ(3, quiet);
+    }
+}
+
+TEST_F(PosixFaults, MissingLocksAreForgivenToReadersOnly) {
+    const std::string path = directory_.Write("model.mod", "x");
+    PosixCalls calls = HostCalls();
+    calls.lock = [](int, int) {
+        errno = ENOLCK;
+        return -1;
+    };
+    PosixFileServices files(calls);
+    EXPECT_TRUE(files.Exists(path));
+    EXPECT_EQ(kNoFile, files.Open(path, {FileAccess::kReadWrite, FileSharing::kExclusive}));
+    EXPECT_EQ(ENOLCK, files.LastError());
+}
+
+}  // namespace
+}  // namespace mod2neu

@@ -1,0 +1,321 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <functional>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/posix_file_services.h"
+#include "platform/scratch_directory.h"
+
+namespace mod2neu {
+namespace {
+
+constexpr OpenMode kReadShared = {FileAccess::kRead, FileSharing::kShared};
+constexpr OpenMode kReadExclusive = {FileAccess::kRead, FileSharing::kExclusive};
+constexpr OpenMode kUpdateExclusive = {FileAccess::kReadWrite, FileSharing::kExclusive,
+                                       AccessPattern::kRandom};
+constexpr OpenMode kCreateShared = {FileAccess::kCreate, FileSharing::kShared};
+constexpr OpenMode kCreateOwnerOnly = {FileAccess::kCreate, FileSharing::kExclusive,
+                                       AccessPattern::kSequential, true};
+
+mode_t PermissionsOf(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+class PosixFiles : public ::testing::Test {
+  protected:
+    // Opens and closes at once; the error, or 0.
+    int OpenError(const std::string& path, const OpenMode& mode) {
+        const FileHandle file = files_.Open(path, mode);
+        if (file == kNoFile) {
+            return files_.LastError();
+        }
+        EXPECT_TRUE(files_.Close(file));
+        return 0;
+    }
+
+    // Runs `body` while another process holds the file open.
+    void WhileHeldElsewhere(const std::string& path, const OpenMode& mode,
+                            const std::function<void()>& body) {
+        int ready[2];
+        int done[2];
+        ASSERT_EQ(0, ::pipe(ready) + ::pipe(done));
+        const pid_t child = ::fork();
+        if (child == 0) {
+            PosixFileServices files;
+            char byte = files.Open(path, mode) != kNoFile ? 'y' : 'n';
+            ::close(done[1]);
+            const bool waited = ::write(ready[1], &byte, 1) == 1 && ::read(done[0], &byte, 1) == 0;
+            ::_exit(waited ? 0 : 1);
+        }
+        char byte = 0;
+        ASSERT_EQ(1, ::read(ready[0], &byte, 1));
+        ASSERT_EQ('y', byte);
+        body();
+        for (const int fd : {ready[0], ready[1], done[0], done[1]}) {
+            ::close(fd);
+        }
+        ::waitpid(child, nullptr, 0);
+    }
+
+    ScratchDirectory directory_;
+    PosixFileServices files_;
+};
+
+TEST_F(PosixFiles, LocksKeepOthersOut) {
+    const std::string path = directory_.Write("model.mod", "contents");
+    const auto expect = [&](int existing, int shared, int exclusive, const std::string& holder) {
+        SCOPED_TRACE(holder);
+        EXPECT_EQ(existing == 0, files_.Exists(path));
+        EXPECT_EQ(shared, OpenError(path, kReadShared));
+        EXPECT_EQ(exclusive, OpenError(path, kReadExclusive));
+        EXPECT_EQ(exclusive, OpenError(path, kUpdateExclusive));
+        if (exclusive != 0) {
+            EXPECT_EQ(exclusive, OpenError(path, kCreateOwnerOnly));
+            EXPECT_EQ("The file is in use by another process", files_.LastErrorText());
+            EXPECT_FALSE(files_.Delete(path));
+            EXPECT_EQ(kSharingViolation, files_.LastError());
+        }
+        if (shared != 0) {
+            EXPECT_EQ(shared, OpenError(path, kCreateShared));
+        }
+        EXPECT_EQ("contents", BytesOf(path));
+    };
+    expect(0, 0, 0, "nobody");
+    for (const OpenMode& mode : {kReadExclusive, kUpdateExclusive}) {
+        const auto heldAlone = [&] {
+            expect(kSharingViolation, kSharingViolation, kSharingViolation, "exclusive");
+        };
+        WhileHeldElsewhere(path, mode, heldAlone);
+        const FileHandle own = files_.Open(path, mode);
+        heldAlone();
+        EXPECT_TRUE(files_.Close(own));
+    }
+    WhileHeldElsewhere(path, kReadShared, [&] { expect(0, 0, kSharingViolation, "shared"); });
+    expect(0, 0, 0, "nobody any more");
+}
+
+// A file that is deleted and made anew between open and lock must not be taken for the one that the
+// path leads to; one that keeps vanishing must not keep the caller for ever.
+int vanishings = 0;
+std::string vanishingPath;
+
+TEST_F(PosixFiles, LockIsOnTheFileThatThePathLeadsTo) {
+    PosixCalls calls = HostCalls();
+    calls.lock = [](int fd, int operation) {
+        if (vanishings-- > 0) {
+            ::unlink(vanishingPath.c_str());
+            ::close(::open(vanishingPath.c_str(), O_CREAT | O_WRONLY, 0600));
+        }
+        return HostCalls().lock(fd, operation);
+    };
+    PosixFileServices files(calls);
+    for (const OpenMode& mode : {kReadShared, kUpdateExclusive, kCreateShared, kCreateOwnerOnly}) {
+        vanishingPath = directory_.Write("file", "old");
+        vanishings = 2;
+        const FileHandle file = files.Open(vanishingPath, mode);
+        ASSERT_NE(kNoFile, file);
+        struct stat opened {};
+        struct stat named {};
+        ASSERT_EQ(0, ::fstat(file, &opened) + ::stat(vanishingPath.c_str(), &named));
+        EXPECT_EQ(named.st_ino, opened.st_ino);
+        EXPECT_TRUE(files.Close(file));
+    }
+    vanishings = 1000;
+    EXPECT_EQ(kNoFile, files.Open(vanishingPath, kUpdateExclusive));
+    EXPECT_EQ(kSharingViolation, files.LastError());
+}
+
+TEST_F(PosixFiles, OwnerOnlyCreationLeavesOthersFilesAlone) {
+    const std::string victim = directory_.Write("victim", "precious");
+    ::symlink(victim.c_str(), (directory_ / "link").c_str());
+    ::symlink((directory_ / "nowhere").c_str(), (directory_ / "dangling").c_str());
+    ::link(victim.c_str(), (directory_ / "hard").c_str());
+    ::mkdir((directory_ / "directory").c_str(), 0700);
+    ::mkfifo((directory_ / "fifo").c_str(), 0600);
+    for (const char* name : {"link", "dangling", "hard", "directory", "fifo", "victim"}) {
+        EXPECT_NE(0, OpenError(directory_ / name, kCreateOwnerOnly)) << name;
+        EXPECT_FALSE(files_.LastErrorText().empty());
+    }
+    EXPECT_EQ("precious", BytesOf(victim));
+    EXPECT_NE(0, ::access((directory_ / "nowhere").c_str(), F_OK));
+
+    const std::string foreign = directory_.Write("foreign", "theirs");
+    PosixCalls calls = HostCalls();
+    calls.effectiveUser = [] { return HostCalls().effectiveUser() + 1; };
+    PosixFileServices other(calls);
+    EXPECT_EQ(kNoFile, other.Open(foreign, kCreateOwnerOnly));
+    EXPECT_EQ("theirs", BytesOf(foreign));
+
+    const std::string own = directory_.Write("own", "left over");
+    ::chmod(own.c_str(), 0666);
+    EXPECT_EQ(0, OpenError(own, kCreateOwnerOnly));
+    EXPECT_EQ(0, OpenError(directory_ / "new", kCreateOwnerOnly));
+    EXPECT_EQ("", BytesOf(own));
+    EXPECT_EQ(mode_t{0600}, PermissionsOf(own));
+    EXPECT_EQ(mode_t{0600}, PermissionsOf(directory_ / "new"));
+}
+
+// None of these may wait: a test that hangs here has found a fault.
+TEST_F(PosixFiles, OnlyRegularFilesAreOpened) {
+    ::mkdir((directory_ / "directory").c_str(), 0700);
+    ::mkfifo((directory_ / "fifo").c_str(), 0600);
+    for (const std::string& path :
+         {directory_ / "directory", directory_ / "fifo", std::string("/dev/zero"),
+          directory_ / "missing", directory_ / "missing/file", std::string()}) {
+        EXPECT_FALSE(files_.Exists(path)) << path;
+        EXPECT_NE(0, OpenError(path, kReadShared)) << path;
+        EXPECT_NE(0, OpenError(path, kUpdateExclusive)) << path;
+        EXPECT_FALSE(files_.Delete(path)) << path;
+    }
+    EXPECT_EQ(EISDIR, OpenError(directory_ / "directory", kCreateShared));
+    EXPECT_NE(0, OpenError(directory_ / "fifo", kCreateShared));
+    EXPECT_EQ(ENOENT, OpenError(directory_ / "missing/file", kCreateShared));
+    const std::string cut = directory_.Write("model", "x") + std::string("\0.mod", 5);
+    EXPECT_FALSE(files_.Exists(cut));
+}
+
+TEST_F(PosixFiles, FullDiskIsToldFromPartialSuccess) {
+    ::symlink("/dev/full", (directory_ / "full").c_str());
+    const FileHandle full = files_.Open(directory_ / "full", kCreateShared);
+    ASSERT_NE(kNoFile, full);
+    EXPECT_EQ(-1, files_.Write(full, "text", 4));
+    EXPECT_EQ(ENOSPC, files_.LastError());
+    EXPECT_TRUE(files_.Close(full));
+
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small = {4096, limit.rlim_max};
+    const FileHandle file = files_.Open(directory_ / "file", kCreateShared);
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &small));
+    const std::string text(10000, 'x');
+    const std::int64_t written = files_.Write(file, text.data(), text.size());
+    const int error = files_.LastError();
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, previous);
+    EXPECT_EQ(4096, written);
+    EXPECT_EQ(EFBIG, error);
+    EXPECT_TRUE(files_.Close(file));
+}
+
+TEST_F(PosixFiles, PositionsGoBeyondFourGibibytes) {
+    constexpr std::int64_t kFar = (std::int64_t{5} << 30) + 7;
+    const FileHandle file = files_.Open(directory_ / "big", kCreateShared);
+    EXPECT_EQ(kFar, files_.Seek(file, kFar, SeekOrigin::kBegin));
+    EXPECT_EQ(1, files_.Write(file, "x", 1));
+    EXPECT_EQ(kFar + 1, files_.Size(file));
+    EXPECT_EQ(kFar, files_.Seek(file, -1, SeekOrigin::kEnd));
+    std::string buffer(8, '?');
+    EXPECT_EQ(1, files_.Read(file, buffer.data(), buffer.size()));
+    EXPECT_EQ(0, files_.Read(file, buffer.data(), buffer.size()));
+    EXPECT_EQ('x', buffer.front());
+    EXPECT_EQ(-1, files_.Seek(file, -1, SeekOrigin::kBegin));
+    EXPECT_TRUE(files_.Close(file));
+    EXPECT_FALSE(files_.Close(file));
+}
+
+TEST_F(PosixFiles, CaseIsForgivenForExistingFilesAlone) {
+    directory_.Write("WING.MOD", "wing");
+    directory_.Write("Tail.mod", "1");
+    directory_.Write("tail.MOD", "2");
+    EXPECT_TRUE(files_.Exists(directory_ / "wing.mod"));
+    EXPECT_EQ(0, OpenError(directory_.Path() + "\\wing.Mod", kReadShared));
+    EXPECT_TRUE(files_.SameFile(directory_ / "wing.mod", directory_ / "WING.MOD"));
+    EXPECT_FALSE(files_.Exists(directory_ / "tail.mod"));
+    EXPECT_FALSE(files_.Exists(directory_ / "wing.mo"));
+    EXPECT_FALSE(files_.Delete(directory_ / "wing.mod"));
+    EXPECT_EQ(0, OpenError(directory_ / "wing.mod", kCreateShared));
+    EXPECT_EQ("wing", BytesOf(directory_ / "WING.MOD"));
+    EXPECT_FALSE(files_.SameFile(directory_ / "wing.mod", directory_ / "WING.MOD"));
+    EXPECT_TRUE(files_.Delete(directory_ / "WING.MOD"));
+}
+
+TEST_F(PosixFiles, SameFileSeesThroughLinks) {
+    const std::string path = directory_.Write("file", "x");
+    ::symlink("file", (directory_ / "soft").c_str());
+    ::link(path.c_str(), (directory_ / "hard").c_str());
+    EXPECT_TRUE(files_.SameFile(path, directory_ / "soft"));
+    EXPECT_TRUE(files_.SameFile(directory_ / "hard", directory_ / "soft"));
+    EXPECT_FALSE(files_.SameFile(path, directory_.Write("copy", "x")));
+    EXPECT_FALSE(files_.SameFile(directory_ / "none", directory_ / "none"));
+}
+
+TEST_F(PosixFiles, TemporaryFilesAreNewAndOurs) {
+    std::set<std::string> names;
+    for (int i = 0; i < 50; ++i) {
+        std::string name;
+        const unsigned number = files_.MakeTempFile(directory_.Path(), "SOLID", 0, &name);
+        ASSERT_NE(0U, number);
+        char digits[16];
+        std::snprintf(digits, sizeof digits, "%X", number);
+        EXPECT_EQ(directory_ / ("SOL" + std::string(digits) + ".TMP"), name);
+        EXPECT_EQ(mode_t{0600}, PermissionsOf(name));
+        EXPECT_TRUE(names.insert(name).second);
+    }
+    std::string name;
+    EXPECT_EQ(0xBEEFU, files_.MakeTempFile("dir\\", "S", 0xBEEF, &name));
+    EXPECT_EQ("dir\\SBEEF.TMP", name);
+    EXPECT_EQ(0U, files_.MakeTempFile(directory_ / "missing", "SOL", 0, &name));
+    EXPECT_EQ(ENOENT, files_.LastError());
+
+    ::setenv("TMPDIR", "/second", 1);
+    ::setenv("TEMP", "/first", 1);
+    EXPECT_EQ("/first", files_.TempDirectory());
+    ::unsetenv("TEMP");
+    EXPECT_EQ("/second", files_.TempDirectory());
+    ::unsetenv("TMPDIR");
+    EXPECT_EQ("", files_.TempDirectory());
+}
+
+// Whatever FullPath leaves out, the path must still lead to the same file.
+TEST_F(PosixFiles, FullPathMeansTheSameFile) {
+    std::filesystem::create_directories(directory_ / "a/b");
+    std::filesystem::create_directories(directory_ / "other/deep");
+    ::symlink((directory_ / "other/deep").c_str(), (directory_ / "a/link").c_str());
+    const std::string above = std::filesystem::path(directory_.Path()).parent_path();
+    const std::filesystem::path previous = std::filesystem::current_path();
+    std::filesystem::current_path(directory_ / "a");
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"x.mod", directory_ / "a/x.mod"},
+        {".\\x.mod", directory_ / "a/x.mod"},
+        {"b//./../x.mod", directory_ / "a/x.mod"},
+        {"..\\..\\y", above + "/y"},
+        {"link/../x", directory_ / "a/link/../x"},
+        {"/", "/"},
+        {"/../../etc/./x", "/etc/x"},
+        {"missing/../x", directory_ / "a/missing/../x"},
+    };
+    for (const auto& [path, expected] : cases) {
+        EXPECT_EQ(expected, files_.FullPath(path)) << path;
+    }
+    std::filesystem::current_path(previous);
+}
+
+TEST_F(PosixFiles, NoFileTakesThePlaceOfAStandardStream) {
+    const std::string path = directory_.Write("model.mod", "x");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(STDIN_FILENO);
+        ::close(STDERR_FILENO);
+        const FileHandle first = files_.Open(path, kReadShared);
+        const FileHandle second = files_.Open(path, kReadShared);
+        ::_exit(first > STDERR_FILENO && second > STDERR_FILENO ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(0, status);
+}
+
+}  // namespace
+}  // namespace mod2neu

@@ -1,0 +1,297 @@
+#include "platform/terminal_desktop.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/scratch_directory.h"
+#include "platform/terminal_session.h"
+
+namespace mod2neu {
+namespace {
+
+constexpr const char* kVersionText =
+    "Invalid Version 6 Model Database (5.1).\n\r\nIf this is an old model it must be converted.";
+constexpr const char* kVersionLine =
+    "Invalid Version 6 Model Database (5.1).If this is an old model it must be converted.";
+
+// A new status line, the way its caller scrolls the items.
+void Status(Desktop& desktop, const std::string& text) {
+    for (int item = 30000; item < 30003; ++item) {
+        desktop.SetItemText(item, desktop.ItemText(item + 1, 159));
+    }
+    desktop.SetItemText(30003, text);
+}
+
+void Box(Desktop& desktop, const std::string& text, BoxIcon icon = BoxIcon::kStop) {
+    desktop.MessageBox(kNoWindow, text, "TARNO", BoxModality::kTask, icon);
+}
+
+void CreateStatus(Desktop& desktop) {
+    desktop.CreateStatusDialog(kNoWindow, "Model Database to Neutral File Conversion", "Status");
+}
+
+OpenFileRequest Request(const std::string& directory = ".") {
+    return {
+        kNoWindow, "Open Model File", {"Model Files (*.MOD)", "*.MOD", "All Files (*.*)", "*.*"},
+        directory, "&Open",           "&New Model"};
+}
+
+// What `body` prints on a desktop that finds `input` in its pipe and a pipe as standard error.
+std::string PrintedInPipes(const std::string& input, const std::function<void(Desktop&)>& body) {
+    int in[2];
+    int out[2];
+    EXPECT_EQ(0, ::pipe(in) + ::pipe(out));
+    EXPECT_EQ(static_cast<ssize_t>(input.size()), ::write(in[1], input.data(), input.size()));
+    ::close(in[1]);
+    {
+        TerminalDesktop desktop(in[0], out[1]);
+        body(desktop);
+    }
+    ::close(in[0]);
+    ::close(out[1]);
+    std::string printed;
+    char buffer[4096];
+    for (ssize_t count = 0; (count = ::read(out[0], buffer, sizeof buffer)) > 0;) {
+        printed.append(buffer, static_cast<std::size_t>(count));
+    }
+    ::close(out[0]);
+    return printed;
+}
+
+std::vector<std::string> Joined(const std::vector<std::vector<std::string>>& parts) {
+    std::vector<std::string> whole;
+    for (const std::vector<std::string>& part : parts) {
+        whole.insert(whole.end(), part.begin(), part.end());
+    }
+    return whole;
+}
+
+TEST(TerminalDesktopInPipe, PrintsPlainLinesAndWaitsForNothing) {
+    ::setenv("WINDOWID", "77", 1);
+    const std::string printed = PrintedInPipes("", [](Desktop& desktop) {
+        desktop.SetWindowTitle(77, "wing - TARNO");
+        Box(desktop, "Nothing was up yet.", BoxIcon::kInformation);
+        CreateStatus(desktop);
+        Status(desktop, "Nothing was up yet?");
+        Status(desktop, "3 Node(s) Translated.");
+        Status(desktop, "3 Node(s) Translated.");
+        Box(desktop, kVersionText);
+        Status(desktop, kVersionLine);
+        Status(desktop, kVersionLine);
+        Box(desktop, std::string(160, 'x'));
+        Status(desktop, std::string(159, 'x'));
+        Box(desktop, "Tr\u00e4ger\033[2J\n", BoxIcon::kNone);
+        Status(desktop, " ");
+        EXPECT_EQ(std::string(9, 'x'), desktop.ItemText(30002, 9));
+        desktop.Shutdown();
+    });
+    EXPECT_EQ(
+        "Information: Nothing was up yet.\n"
+        "Nothing was up yet?\n"
+        "3 Node(s) Translated.\n"
+        "3 Node(s) Translated.\n"
+        "Error: Invalid Version 6 Model Database (5.1).\n"
+        "If this is an old model it must be converted.\n" +
+            std::string(kVersionLine) + "\nError: " + std::string(160, 'x') + "\nTr\u00e4ger?[2J\n",
+        printed);
+}
+
+TEST(TerminalDesktopInPipe, KnowsItsWindows) {
+    ::setenv("WINDOWID", "77", 1);
+    TerminalDesktop desktop;
+    EXPECT_EQ(10U, desktop.VersionWord() & 0xFFU);
+    EXPECT_TRUE(desktop.IsWindow(desktop.DesktopWindow()));
+    EXPECT_TRUE(desktop.IsWindow(77));
+    EXPECT_FALSE(desktop.IsWindow(78));
+    ::unsetenv("WINDOWID");
+    EXPECT_FALSE(desktop.IsWindow(77));
+    EXPECT_FALSE(desktop.IsWindow(kNoWindow));
+}
+
+TEST(TerminalDesktopInPipe, OpenDialogTakesOneLine) {
+    const ScratchDirectory directory;
+    for (const char* name : {"wing.mod", "tail.old.mod", "bare", "UPPER.MOD"}) {
+        directory.Write(name, "x");
+    }
+    ::mkfifo((directory / "fifo.mod").c_str(), 0600);
+    struct Case {
+        std::string input;
+        std::string file;  // empty for a dialog that is cancelled
+        std::string typed;
+    };
+    const std::vector<Case> cases = {
+        {"wing.mod\nnot read", "wing.mod", "wing.mod"},
+        {"  wing \r\n", "wing.MOD", "wing"},
+        {"upper", "upper.MOD", "upper"},
+        {"bare", "bare", "bare"},
+        {"bare.", "bare", "bare."},
+        {"tail.old.mod\n", "tail.old.mod", "tail.old.mod"},
+        {"tail.old\n", "", ""},
+        {"fifo\n", "", ""},
+        {"1\n", "", ""},
+        {"\n", "", ""},
+        {"", "", ""},
+        {".\n", "", ""},
+        {"/\n", "", ""},
+        {std::string(60000, 'x'), "", ""},
+    };
+    for (const Case& each : cases) {
+        PrintedInPipes(each.input, [&](Desktop& desktop) {
+            const auto answer = desktop.AskOpenFile(Request(directory.Path()));
+            ASSERT_EQ(!each.file.empty(), answer.has_value()) << each.input;
+            if (answer) {
+                EXPECT_EQ(directory / each.file, answer->path);
+                EXPECT_EQ(each.typed, answer->typed);
+            }
+        });
+    }
+    EXPECT_EQ("Open Model File\nnone.mod: No such file or directory\n",
+              PrintedInPipes("none.mod\n", [&](Desktop& desktop) {
+                  EXPECT_FALSE(desktop.AskOpenFile(Request(directory.Path())));
+              }));
+}
+
+TEST(TerminalDesktopOnScreen, RedrawsInPlaceAndKeepsBoxes) {
+    ::setenv("WINDOWID", "77", 1);
+    TerminalSession session(40, 24, [] {
+        TerminalDesktop desktop;
+        desktop.SetWindowTitle(77, "wing\a - TARNO");
+        desktop.SetWindowTitle(78, "foreign");
+        CreateStatus(desktop);
+        Status(desktop, "Allocated");
+        Box(desktop, kVersionText);
+        for (int i = 1; i <= 5; ++i) {
+            Status(desktop, std::to_string(i) + " Node(s)\033[2J Translated to the end.");
+        }
+        Box(desktop, "Errors have Occurred.");
+        desktop.Shutdown();
+    });
+    ASSERT_TRUE(session.WaitFor("Press Enter"));
+    EXPECT_FALSE(session.Echoes());
+    session.Type("impatient\n");
+    ASSERT_TRUE(session.WaitFor("- Press Enter ---------+"));
+    const std::vector<std::string> firstBox = {
+        "+- TARNO: Error ---------------------+",  //
+        "| Invalid Version 6 Model Database   |",  //
+        "| (5.1).                             |",  //
+        "| If this is an old model it must be |",  //
+        "| converted.                         |",  //
+        "+------------------------------------+",
+    };
+    const std::vector<std::string> panel = {
+        "Model Database to Neutral File Conve...",  //
+        "+- Status ----------------------------+",  //
+        "| 2 Node(s)?[2J Translated to the ... |",  //
+        "| 3 Node(s)?[2J Translated to the ... |",  //
+        "| 4 Node(s)?[2J Translated to the ... |",  //
+        "| 5 Node(s)?[2J Translated to the ... |",  //
+        "+-------------------------------------+",
+    };
+    const auto secondBox = [](const std::string& lowerEdge) {
+        return std::vector<std::string>{"+- TARNO: Error --------+", "| Errors have Occurred. |",
+                                        lowerEdge};
+    };
+    EXPECT_EQ(Joined({firstBox, panel, secondBox("+- Press Enter ---------+")}), session.Screen());
+    session.Type("\x04");
+    EXPECT_EQ(0, session.Finish());
+    EXPECT_TRUE(session.Echoes());
+    EXPECT_EQ(Joined({firstBox, secondBox("+-----------------------+"), panel}), session.Screen());
+    EXPECT_EQ(std::string::npos, session.Sent().find("impatient"));
+    EXPECT_NE(std::string::npos, session.Sent().find("\033]2;wing - TARNO\a"));
+    EXPECT_EQ(std::string::npos, session.Sent().find("foreign"));
+}
+
+// Drawing in place is given up where the screen is too low to reach the panel's first line.
+TEST(TerminalDesktopOnScreen, LowScreenLosesNoLine) {
+    TerminalSession session(40, 5, [] {
+        TerminalDesktop desktop;
+        CreateStatus(desktop);
+        Status(desktop, "only line");
+        desktop.Shutdown();
+    });
+    EXPECT_EQ(0, session.Finish());
+    EXPECT_EQ(std::string::npos, session.Sent().find("A\r"));
+    EXPECT_EQ(14U, session.Screen().size());
+}
+
+TEST(TerminalDesktopOnScreen, SignalLeavesACleanTerminal) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        for (const bool inBox : {true, false}) {
+            TerminalSession session(80, 24, [signal, inBox] {
+                TerminalDesktop desktop;
+                CreateStatus(desktop);
+                if (inBox) {
+                    Box(desktop, "Waiting");
+                }
+                ::raise(signal);
+            });
+            if (inBox) {
+                ASSERT_TRUE(session.WaitFor("Press Enter"));
+                session.Type(signal == SIGINT ? "\x03" : "\n");
+            }
+            const int status = session.Finish();
+            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << signal;
+            EXPECT_TRUE(session.Echoes());
+            EXPECT_EQ("\r\n", session.Sent().substr(session.Sent().size() - 2));
+        }
+    }
+    TerminalSession ignoring(80, 24, [] {
+        std::signal(SIGHUP, SIG_IGN);
+        TerminalDesktop desktop;
+        CreateStatus(desktop);
+        ::raise(SIGHUP);
+    });
+    EXPECT_EQ(0, ignoring.Finish());
+}
+
+TEST(TerminalDesktopOnScreen, OpenDialogAsksUntilAFileExists) {
+    const ScratchDirectory directory;
+    for (const char* name : {"wing.mod", "TAIL.Mod", "esc\033.mod", "readme.txt", ".hidden.mod"}) {
+        directory.Write(name, "x");
+    }
+    std::filesystem::create_directory(directory / "folder.mod");
+    const auto ask = [&] {
+        std::filesystem::current_path(directory.Path());
+        TerminalDesktop desktop;
+        for (int i = 0; i < 3; ++i) {
+            const auto answer = desktop.AskOpenFile(Request());
+            const std::string text =
+                answer ? "<" + answer->path + "|" + answer->typed + ">" : "<cancelled>";
+            ::dprintf(STDERR_FILENO, "%s\n", text.c_str());
+        }
+    };
+    TerminalSession session(60, 24, ask);
+    ASSERT_TRUE(session.WaitFor("name): "));
+    const std::vector<std::string> dialog = {
+        "+- Open Model File --------+",  //
+        "| 1  esc?.mod              |",  //
+        "| 2  TAIL.Mod              |",  //
+        "| 3  wing.mod              |",  //
+        "+- Enter alone: New Model -+",  //
+        "Open (number or name):",
+    };
+    EXPECT_EQ(dialog, session.Screen());
+    session.Type("4\n");
+    ASSERT_TRUE(session.WaitFor("4: No such file or directory"));
+    session.Type("2\n");
+    EXPECT_TRUE(session.WaitFor("<TAIL.Mod|TAIL.Mod>"));
+    ASSERT_TRUE(session.WaitFor("name): "));
+    session.Type("wing\n");
+    EXPECT_TRUE(session.WaitFor("<wing.MOD|wing>"));
+    ASSERT_TRUE(session.WaitFor("name): "));
+    session.Type("\x04");
+    EXPECT_TRUE(session.WaitFor("<cancelled>"));
+    EXPECT_EQ(0, session.Finish());
+}
+
+}  // namespace
+}  // namespace mod2neu

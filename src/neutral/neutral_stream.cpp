@@ -7,8 +7,6 @@
 #include <new>
 #include <string_view>
 
-#include "neutral/integer_text.h"
-#include "neutral/output_buffer.h"
 #include "neutral/real_format.h"
 #include "platform/file_services.h"
 #include "shell/paths.h"
@@ -171,16 +169,15 @@ std::string NeutralStreamErrorText() {
 
 void BeginBlock(std::int32_t number) {
     constexpr std::string_view kFrame = "   -1";
-    constexpr int kColumns = 6;
+    constexpr std::ptrdiff_t kColumns = 6;
     PutPlain(kFrame);
     EndLine();
-    char* out = ReserveOutput();
-    std::array<char, kMaxLongText> text;
-    const auto length = static_cast<int>(AppendLong(text.data(), number) - text.data());
-    const auto blanks = static_cast<std::size_t>(std::max(0, kColumns - length));
-    std::memset(out, ' ', blanks);
-    std::memcpy(out + blanks, text.data(), static_cast<std::size_t>(length));
-    CommitOutput(out + blanks + length);
+    std::array<char, kLongFieldRoom> text;
+    const char* end = AppendLongField(text.data(), number) - 1;
+    for (auto length = end - text.data(); length < kColumns; ++length) {
+        PutPlain(" ");
+    }
+    PutPlain({text.data(), end});
     EndLine();
 }
 
@@ -189,34 +186,10 @@ void EndBlock() {
     EndLine();
 }
 
-void EndLine() {
-    char* out = ReserveOutput();
-    std::memcpy(out, "\r\n", 2);
-    CommitOutput(out + 2);
-}
-
-void PutLong(std::int32_t value) {
-    char* out = AppendLong(ReserveOutput(), value);
-    *out = ',';
-    CommitOutput(out + 1);
-}
-
-void PutBool(std::uint8_t value) {
-    PutLong(value != 0 ? 1 : 0);
-}
-
-void PutByte(std::uint8_t value) {
-    PutLong(value);
-}
-
 void PutReal(double value) {
     char* out = AppendReal(ReserveOutput(), value, context->realWidth, context->realDigits);
     *out = ',';
     CommitOutput(out + 1);
-}
-
-void PutFloat(float value) {
-    PutReal(value);
 }
 
 void PutString(std::string_view text) {

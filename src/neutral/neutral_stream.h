@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "neutral/field_writers.h"  // EndLine, PutLong, PutBool, PutByte, PutReal, PutFloat
+
 namespace mod2neu {
 
 // What the writers of one conversion share; owned by the conversion driver.
@@ -44,15 +46,6 @@ std::string NeutralStreamErrorText();
 // The lines that frame a block: "   -1" and the number in six columns, and "   -1".
 void BeginBlock(std::int32_t number);
 void EndBlock();
-
-void EndLine();
-
-// One field with its comma.
-void PutLong(std::int32_t value);
-void PutBool(std::uint8_t value);  // 1 for any value but 0
-void PutByte(std::uint8_t value);
-void PutReal(double value);
-void PutFloat(float value);
 
 // The text itself without a comma; "<NULL>" for an empty one.
 void PutString(std::string_view text);

@@ -1,0 +1,160 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mod2neu {
+
+// Model files for tests, laid out byte by byte. Nothing here calls the database engine or takes a
+// number from it: the layout is stated a second time, so that a mistake in one of the two shows.
+//
+//     const ModelImage image = ModelBuilder()
+//                                  .Title("Wing")
+//                                  .Add(7, 1, 12, RecordImage(72).F64(8, 1.5).I32(32, 4))
+//                                  .FreeBlocks(3)
+//                                  .NeverUsedBlocks(5)
+//                                  .Garbage(1)
+//                                  .Shuffle(2)
+//                                  .Build();
+//     files.Put("/models/wing.MOD", image.bytes);
+
+// One record, zero until fields are set. All setters put little-endian values at byte offsets.
+class RecordImage {
+  public:
+    explicit RecordImage(std::size_t size) : bytes_(size) {}
+
+    // Filled with bytes that `seed` determines.
+    RecordImage(std::size_t size, unsigned seed);
+
+    RecordImage& U8(std::size_t offset, unsigned value);
+    RecordImage& U16(std::size_t offset, unsigned value);
+    RecordImage& I32(std::size_t offset, std::int32_t value);
+    RecordImage& F32(std::size_t offset, float value);
+    RecordImage& F64(std::size_t offset, double value);
+
+    // `text`, and a terminator when there is room for one within `width`.
+    RecordImage& Text(std::size_t offset, std::size_t width, std::string_view text);
+
+    [[nodiscard]] const std::vector<std::uint8_t>& Bytes() const { return bytes_; }
+
+  private:
+    RecordImage& Put(std::size_t offset, const void* value, std::size_t size);
+
+    std::vector<std::uint8_t> bytes_;
+};
+
+// What a block of the finished file holds.
+struct BlockContent {
+    int kind = 0;  // 0 never used, 1 free, otherwise the type of its records
+    std::int32_t database = 0;
+    std::int32_t firstId = 0;
+    std::size_t firstRecord = 0;  // of its type's records in key order; for the builder
+    std::size_t recordCount = 0;
+};
+
+// A finished file, with the places at which tests damage it.
+struct ModelImage {
+    std::vector<std::uint8_t> bytes;
+    std::vector<BlockContent> blocks;  // by place: the n-th block that is no index block
+
+    // Block number of the n-th place.
+    static std::uint32_t NumberOfPlace(std::size_t place);
+
+    // Number of the block that holds the record; 0 when there is none.
+    [[nodiscard]] std::uint32_t BlockOf(int type, std::int32_t database, std::int32_t id) const;
+
+    // Numbers of all blocks of that kind, ascending by key.
+    [[nodiscard]] std::vector<std::uint32_t> Chain(int kind) const;
+
+    // Byte offsets in the file of a block, of a block's index entry (database number, first ID,
+    // next, previous; 4 bytes each) and of a type's index finger.
+    static std::size_t BlockOffset(std::uint32_t block);
+    static std::size_t EntryOffset(std::uint32_t block);
+    static std::size_t FingerOffset(int type);
+
+    void SetU16(std::size_t offset, unsigned value);
+    void SetU32(std::size_t offset, std::uint32_t value);
+    [[nodiscard]] std::uint32_t U32(std::size_t offset) const;
+
+    std::map<int, int> recordsPerBlock;  // by type
+};
+
+class ModelBuilder {
+  public:
+    ModelBuilder& Version(double version);
+    ModelBuilder& Title(std::string_view title);
+
+    // All records of a type have the size of its first one. A key that was added before gets the
+    // new record. Fast for millions of records, fastest in ascending key order.
+    ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const void* record,
+                      std::size_t size);
+    ModelBuilder& Add(int type, std::int32_t database, std::int32_t id,
+                      const std::vector<std::uint8_t>& record);
+    ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const RecordImage& record);
+
+    ModelBuilder& ActiveId(int type, std::int32_t id);
+
+    // Bytes of the header record, over what the builder makes of it.
+    ModelBuilder& Header(std::size_t offset, const std::vector<std::uint8_t>& bytes);
+
+    // Blocks beside those with records. Without an order they follow these.
+    ModelBuilder& FreeBlocks(std::size_t count);
+    ModelBuilder& NeverUsedBlocks(std::size_t count);
+
+    // The order of the blocks in the file: ascending by type and key unless shuffled, or arranged
+    // by a function that gets them in that order.
+    ModelBuilder& Shuffle(unsigned seed);
+    ModelBuilder& Arrange(std::function<void(std::vector<BlockContent>&)> arrange);
+
+    // Fills dead record slots, bytes behind the last slot, reserved bytes and stamps with bytes
+    // that no reader may depend on.
+    ModelBuilder& Garbage(unsigned seed);
+
+    // Chain member (counted from 0, from the end when negative) that the type's index finger
+    // names; the first unless set.
+    ModelBuilder& Finger(int type, int member);
+
+    [[nodiscard]] ModelImage Build() const;
+
+  private:
+    struct Key {
+        std::int32_t database = 0;
+        std::int32_t id = 0;
+        friend auto operator<=>(const Key&, const Key&) = default;
+    };
+    struct Table {
+        std::size_t recordSize = 0;
+        std::vector<Key> keys;
+        std::vector<std::uint8_t> records;
+    };
+    using Order = std::map<int, std::vector<std::size_t>>;  // records of each type in key order
+
+    [[nodiscard]] static std::vector<std::size_t> InKeyOrder(const Table& table);
+    void ListBlocks(const Order& order, std::vector<BlockContent>& blocks) const;
+    void ListBlocksOf(int type, const std::vector<std::size_t>& order,
+                      std::vector<BlockContent>& blocks) const;
+    void WriteHeader(ModelImage& image, const Order& order, std::uint32_t& noise) const;
+    void WriteTables(ModelImage& image, int type, const std::vector<std::size_t>& records) const;
+    void WriteIndexBlocks(ModelImage& image, std::uint32_t& noise) const;
+    void WriteBlock(ModelImage& image, std::uint32_t number, const BlockContent& content,
+                    const Order& order, std::uint32_t& noise) const;
+    void LinkChains(ModelImage& image) const;
+
+    double version_ = 6.0;
+    std::string title_;
+    std::map<int, Table> tables_;
+    std::map<int, std::int32_t> activeIds_;
+    std::map<std::size_t, std::vector<std::uint8_t>> headerBytes_;
+    std::map<int, int> fingers_;
+    std::size_t freeBlocks_ = 0;
+    std::size_t neverUsedBlocks_ = 0;
+    std::function<void(std::vector<BlockContent>&)> arrange_;
+    unsigned garbageSeed_ = 0;
+};
+
+}  // namespace mod2neu

@@ -29,6 +29,13 @@ constexpr unsigned TrailingZeros(DigitWord digits) {
     return static_cast<unsigned>(std::countr_zero(digits | kFirstDigit)) / 8;
 }
 
+// Zeros in front of the digits; 7 when all are zero.
+constexpr unsigned LeadingZeros(DigitWord digits) {
+    // From the other end, since the processor counts low zeros faster than high ones.
+    constexpr DigitWord kLastDigit = DigitWord{1} << 56;
+    return static_cast<unsigned>(std::countr_zero(__builtin_bswap64(digits) | kLastDigit)) / 8;
+}
+
 // Writes eight characters, the one in the highest byte first.
 inline void StoreText(char* out, std::uint64_t characters) {
     if constexpr (std::endian::native == std::endian::little) {

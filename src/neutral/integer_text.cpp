@@ -8,7 +8,7 @@ constexpr std::uint32_t kWord = 100000000;
 // The digits of `number`, which has at most eight, without zeros in front.
 char* AppendWord(char* out, std::uint32_t number) {
     const DigitWord digits = EightDigits(number);
-    const int zeros = std::countl_zero(digits | 1) / 8;
+    const unsigned zeros = LeadingZeros(digits);
     StoreText(out, (digits | kAsciiZeros) << (8 * zeros));
     return out + 8 - zeros;
 }

@@ -27,9 +27,9 @@ set(CPACK_PACKAGE_NAME mod2neu)
 set(CPACK_PACKAGE_VENDOR "mod2neu maintainers")
 set(CPACK_PACKAGE_CONTACT "mod2neu maintainers <mod2neu@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION
-    "mod2neu reads a finite-element model database (.MOD) and writes the whole model,
-from geometry to analysis results, as a Neutral file (.neu): a plain text of
-numbered blocks that other programs can read.")
+    "mod2neu reads a finite-element model database (.MOD) and writes the whole
+model, from geometry to analysis results, as a Neutral file (.neu): a plain
+text of numbered blocks that other programs can read.")
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

@@ -247,7 +247,11 @@ bool LocateOrCreateBlock(EntityType kind, std::int32_t database, std::int32_t id
     place.index = id - key.firstId;
     // An index entry whose block cannot be had stands in the way of a second one with its key.
     IndexPosition position;
-    return !SearchIndex(kind, key, position) && CreateBlock(kind, key, place.block);
+    if (SearchIndex(kind, key, position) || !CreateBlock(kind, key, place.block)) {
+        return false;
+    }
+    place.bytes = BlockAt(place.block);
+    return true;
 }
 
 bool ReleaseBlock(EntityType kind, std::int32_t database, std::int32_t id) {
@@ -264,11 +268,10 @@ bool ReleaseBlock(EntityType kind, std::int32_t database, std::int32_t id) {
         return false;
     }
     UnlinkCachedBlock(place.block);
-    std::uint8_t* block = BlockAt(place.block);
-    std::memset(block, 0, kBlockSize);
-    WriteLittleEndian(block + kBlockStamp, GenerationStamp());
-    WriteLittleEndian(block + kBlockNumber, number);
-    block[kBlockKind] = kFreeBlock;
+    std::memset(place.bytes, 0, kBlockSize);
+    WriteLittleEndian(place.bytes + kBlockStamp, GenerationStamp());
+    WriteLittleEndian(place.bytes + kBlockNumber, number);
+    place.bytes[kBlockKind] = kFreeBlock;
     MarkChanged(place.block);
     ForgetBlock(kind, key);
     return RemoveIndexEntry(kind, key);

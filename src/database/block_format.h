@@ -80,8 +80,12 @@ inline BlockKey KeyOfBlock(const std::uint8_t* block) {
 
 // True for the kinds that hold records of a declared size. A kind byte in a damaged file may be
 // anything; only these are ever chained, indexed or divided by.
+constexpr bool IsRecordKind(int kind, int recordsPerBlock) {
+    return kind > kIndexBlock && recordsPerBlock > 0;
+}
+
 inline bool IsRecordKind(int kind) {
-    return kind > kIndexBlock && EntityRecordsPerBlock(kind) > 0;
+    return IsRecordKind(kind, EntityRecordsPerBlock(kind));
 }
 
 }  // namespace mod2neu

@@ -187,7 +187,7 @@ bool LoadIndexBlock(std::uint32_t number, BlockPlace& place) {
 }
 
 // The block in memory or, through the index, in the file.
-bool LocateBlock(EntityType kind, BlockKey key, BlockPlace& place) {
+bool FindBlock(EntityType kind, BlockKey key, BlockPlace& place) {
     if (FindCachedBlock(kind, key, place)) {
         return true;
     }
@@ -197,6 +197,18 @@ bool LocateBlock(EntityType kind, BlockKey key, BlockPlace& place) {
     }
     const std::uint8_t* block = BlockAt(place);
     return KindOfBlock(block) == kind && KeyOfBlock(block) == key;
+}
+
+// Locates a block that is not the one located last.
+bool LocateOtherBlock(EntityType kind, BlockKey key, RecordPlace& place) {
+    if (!EnsureCacheLocked() || !FindBlock(kind, key, place.block)) {
+        return false;
+    }
+    const std::uint32_t lastUse = TouchBuffer(place.block.buffer);
+    SetLastLocated(kind, place.block);
+    RememberBlock(kind, BlockNumberAt(place.block), key, lastUse);
+    place.bytes = BlockAt(place.block);
+    return true;
 }
 
 }  // namespace
@@ -210,22 +222,15 @@ std::int32_t FirstIdOf(EntityType kind, std::int32_t id) {
 }
 
 bool LocateRecord(EntityType kind, std::int32_t database, std::int32_t id, RecordPlace& place) {
-    if (!IsValidId(database) || !IsValidId(id) || !IsRecordKind(kind) || !EnsureCacheLocked()) {
+    const int perBlock = EntityRecordsPerBlock(kind);
+    if (!IsValidId(database) || !IsValidId(id) || !IsRecordKind(kind, perBlock)) {
         return false;
     }
-    const BlockKey key{database, FirstIdOf(kind, id)};
-    place.index = id - key.firstId;
+    place.index = (id - 1) % perBlock;
+    const BlockKey key{database, id - place.index};
     place.block = LastLocated(kind);
-    if (BlockIfStill(place.block, kind, key) != nullptr) {
-        return true;
-    }
-    if (!LocateBlock(kind, key, place.block)) {
-        return false;
-    }
-    const std::uint32_t lastUse = TouchBuffer(place.block.buffer);
-    SetLastLocated(kind, place.block);
-    RememberBlock(kind, BlockNumberAt(place.block), key, lastUse);
-    return true;
+    place.bytes = BlockIfStill(place.block, kind, key);
+    return place.bytes != nullptr || LocateOtherBlock(kind, key, place);
 }
 
 bool SearchIndex(EntityType kind, BlockKey key, IndexPosition& position) {

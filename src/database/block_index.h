@@ -6,9 +6,10 @@
 
 namespace mod2neu {
 
-// The block that holds a record, and the record's position in it.
+// The block that holds a record, its bytes, and the record's position in it.
 struct RecordPlace {
     BlockPlace block;
+    std::uint8_t* bytes = nullptr;
     int index = 0;
 };
 

@@ -60,14 +60,4 @@ inline int PreviousLiveSlot(const std::uint8_t* block, int slot) {
     return -1;
 }
 
-inline int LiveSlotCount(const std::uint8_t* block, int slots) {
-    int count = 0;
-    for (int word = 0; word * kBitsPerWord < slots; ++word) {
-        const int left = slots - word * kBitsPerWord;
-        const unsigned mask = left >= kBitsPerWord ? 0xFFFFU : 0xFFFFU << (kBitsPerWord - left);
-        count += std::popcount(static_cast<std::uint16_t>(BitmapWord(block, word) & mask));
-    }
-    return count;
-}
-
 }  // namespace mod2neu

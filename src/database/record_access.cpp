@@ -13,7 +13,7 @@ namespace mod2neu {
 namespace {
 
 std::uint8_t* RecordAt(EntityType type, const RecordPlace& place) {
-    return BlockAt(place.block) + kBlockRecords + place.index * EntityRecordSize(type);
+    return place.bytes + kBlockRecords + place.index * EntityRecordSize(type);
 }
 
 // Slots of a block whose first ID is `firstId`; the last block of the range of IDs has fewer than
@@ -22,15 +22,25 @@ int SlotsOfBlock(EntityType type, std::int32_t firstId) {
     return std::min(EntityRecordsPerBlock(type), kHighestId - firstId + 1);
 }
 
-// Sets or clears the record's existence bit and brings the live count in line. The count is taken
-// from the bitmap, since a wrong one in a damaged file would release a block with records in it.
-// Returns it.
-int SetExistence(EntityType type, const RecordPlace& place, bool exists) {
-    std::uint8_t* block = BlockAt(place.block);
-    SetSlotLive(block, place.index, exists);
-    const int count = LiveSlotCount(block, EntityRecordsPerBlock(type));
-    WriteLittleEndian(block + kBlockLiveCount, static_cast<std::uint16_t>(count));
-    return count;
+// Sets the record's existence bit and counts it.
+void AddToBlock(EntityType type, const RecordPlace& place) {
+    SetSlotLive(place.bytes, place.index, true);
+    const int count = ReadLittleEndian<std::uint16_t>(place.bytes + kBlockLiveCount) + 1;
+    WriteLittleEndian(place.bytes + kBlockLiveCount,
+                      static_cast<std::uint16_t>(std::min(count, EntityRecordsPerBlock(type))));
+}
+
+// Clears the record's existence bit and counts down. Returns whether the block has records left:
+// that the bitmap decides, since by a wrong count in a damaged file a block with records in it
+// would be released.
+bool RemoveFromBlock(EntityType type, const RecordPlace& place) {
+    SetSlotLive(place.bytes, place.index, false);
+    const int slots = EntityRecordsPerBlock(type);
+    const bool recordsLeft = NextLiveSlot(place.bytes, 0, slots) < slots;
+    const int count = ReadLittleEndian<std::uint16_t>(place.bytes + kBlockLiveCount) - 1;
+    WriteLittleEndian(place.bytes + kBlockLiveCount,
+                      static_cast<std::uint16_t>(recordsLeft ? std::max(count, 1) : 0));
+    return recordsLeft;
 }
 
 // The smallest existing ID from `id` on.
@@ -40,7 +50,7 @@ std::int32_t FindUpward(EntityType type, std::int32_t database, std::int32_t id)
         if (LocateRecord(type, database, id, place)) {
             const std::int32_t start = id - place.index;
             const int slots = SlotsOfBlock(type, start);
-            const int slot = NextLiveSlot(BlockAt(place.block), place.index, slots);
+            const int slot = NextLiveSlot(place.bytes, place.index, slots);
             if (slot < slots) {
                 return start + slot;
             }
@@ -62,7 +72,7 @@ std::int32_t FindDownward(EntityType type, std::int32_t database, std::int32_t i
         RecordPlace place;
         if (LocateRecord(type, database, id, place)) {
             const std::int32_t start = id - place.index;
-            const int slot = PreviousLiveSlot(BlockAt(place.block), place.index);
+            const int slot = PreviousLiveSlot(place.bytes, place.index);
             if (slot >= 0) {
                 return start + slot;
             }
@@ -82,8 +92,7 @@ std::int32_t FindDownward(EntityType type, std::int32_t database, std::int32_t i
 
 const std::uint8_t* ViewRecord(EntityType type, std::int32_t database, std::int32_t id) {
     RecordPlace place;
-    if (!LocateRecord(type, database, id, place) ||
-        !IsLiveSlot(BlockAt(place.block), place.index)) {
+    if (!LocateRecord(type, database, id, place) || !IsLiveSlot(place.bytes, place.index)) {
         return nullptr;
     }
     return RecordAt(type, place);
@@ -105,9 +114,9 @@ bool PutRecord(EntityType type, std::int32_t database, std::int32_t id, const vo
     }
     std::memcpy(RecordAt(type, place), record, static_cast<std::size_t>(EntityRecordSize(type)));
     MarkChanged(place.block);
-    const bool created = !IsLiveSlot(BlockAt(place.block), place.index);
+    const bool created = !IsLiveSlot(place.bytes, place.index);
     if (created) {
-        SetExistence(type, place, true);
+        AddToBlock(type, place);
     }
     if (database == kModelDbNumber) {
         NoteRecordStored(type, id, created);
@@ -120,13 +129,13 @@ bool DeleteRecord(EntityType type, std::int32_t database, std::int32_t id) {
     if (!LocateRecord(type, database, id, place)) {
         return false;
     }
-    if (!IsLiveSlot(BlockAt(place.block), place.index)) {
+    if (!IsLiveSlot(place.bytes, place.index)) {
         return true;
     }
     StampBlock(place.block);
-    const int left = SetExistence(type, place, false);
+    const bool recordsLeft = RemoveFromBlock(type, place);
     MarkChanged(place.block);
-    if (left == 0) {
+    if (!recordsLeft) {
         // A block that cannot be released stays, without records.
         ReleaseBlock(type, database, id);
     }

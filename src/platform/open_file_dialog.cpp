@@ -62,7 +62,7 @@ Names MatchingFiles(const OpenFileRequest& request) {
     while (const dirent* entry = directory != nullptr ? ::readdir(directory.get()) : nullptr) {
         const std::string name = static_cast<const char*>(entry->d_name);
         if (::fnmatch(pattern.c_str(), name.c_str(), FNM_CASEFOLD | FNM_PERIOD) == 0 &&
-            IsRegularFile(place + "/" + name)) {
+            IsRegularFile(JoinPath(place, name))) {
             names.push_back(name);
         }
     }

@@ -392,7 +392,7 @@ unsigned PosixFileServices::MakeTempFile(const std::string& directory, const std
             continue;
         }
         std::array<char, 16> digits{};
-        std::snprintf(digits.data(), digits.size(), "%X.TMP", number);
+        static_cast<void>(std::snprintf(digits.data(), digits.size(), "%X.TMP", number));
         *name = JoinPath(place, prefix.substr(0, 3) + digits.data());
         if (unique != 0) {
             return number;

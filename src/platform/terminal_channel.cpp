@@ -26,13 +26,6 @@ bool MovesCursor() {
     return !term.empty() && term != "dumb";
 }
 
-// In the background a job may neither read nor redraw. A terminal that is not the controlling one
-// has no background.
-bool InForeground(int terminal) {
-    const pid_t foreground = ::tcgetpgrp(terminal);
-    return foreground <= 0 || foreground == ::getpgrp();
-}
-
 Charset LocaleCharset() {
     for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const std::string locale(Environment(name));
@@ -66,7 +59,11 @@ TerminalChannel::TerminalChannel(int input, int error)
     : input_(input),
       error_(error),
       screenThere_(::isatty(error) == 1 && MovesCursor()),
-      interactive_(screenThere_ && ::isatty(input) == 1 && InForeground(error)) {}
+      terminals_(screenThere_ && ::isatty(input) == 1) {}
+
+bool TerminalChannel::IsInteractive() const {
+    return terminals_ && InForeground(error_);
+}
 
 Screen TerminalChannel::CurrentScreen() const {
     Screen screen;
@@ -82,7 +79,7 @@ Screen TerminalChannel::CurrentScreen() const {
 void TerminalChannel::Send(const std::string& text) const {
     // In a pipe there is no escape sequence to keep whole, and its reader may be in no hurry.
     std::optional<HeldSignals> held;
-    if (interactive_) {
+    if (terminals_) {
         held.emplace();
     }
     std::size_t done = 0;

@@ -13,9 +13,9 @@ class TerminalChannel {
   public:
     TerminalChannel(int input, int error);
 
-    // A person sits there: both ends are terminals, this process is in the foreground, and the
-    // terminal can move its cursor.
-    [[nodiscard]] bool IsInteractive() const { return interactive_; }
+    // A person sits there: both ends are terminals, the terminal can move its cursor, and this
+    // process is in the foreground, which changes when the user puts it into the background.
+    [[nodiscard]] bool IsInteractive() const;
 
     // Standard error is a terminal that understands escape sequences.
     [[nodiscard]] bool ShowsTitle() const { return screenThere_; }
@@ -38,7 +38,7 @@ class TerminalChannel {
     int input_;
     int error_;
     bool screenThere_;
-    bool interactive_;
+    bool terminals_;
 };
 
 }  // namespace mod2neu

@@ -162,7 +162,7 @@ void TerminalDesktop::DrawPanel(const std::string& before) {
     for (int item = kOldestItem; item <= kNewestItem; ++item) {
         items.push_back(items_[item]);
     }
-    const bool inPlace = before.empty() && panelLines_ > 0 && CanGoUp(panelLines_, screen);
+    const bool inPlace = CanGoUp(panelLines_, screen) && before.empty() && panelLines_ > 0;
     const ScreenLines panel = StatusPanel(caption_, group_, items, screen);
     Draw(panel, inPlace ? Up(panelLines_) : before);
     panelLines_ = panel.size();
@@ -173,6 +173,7 @@ void TerminalDesktop::PrintStatus(const std::string& text) {
     const bool repeatsBox = !boxText_.empty() && AsStatusLine(boxText_) == text;
     boxText_.clear();
     const std::string line = Printable(text, Charset::kUtf8);
+    panelLines_ = 0;
     if (!repeatsBox && line.find_first_not_of(' ') != std::string::npos) {
         channel_.Send(line + "\n");
     }

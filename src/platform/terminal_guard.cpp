@@ -27,14 +27,18 @@ struct GuardState {
 
 GuardState guard;
 
-extern "C" void EndBySignal(int signal) {
-    if (guard.typingHidden != 0) {
+void RestoreEcho() {
+    if (guard.typingHidden != 0 && InForeground(guard.input)) {
         ::tcsetattr(guard.input, TCSANOW, &guard.found);
     }
+}
+
+extern "C" void EndBySignal(int signal) {
+    RestoreEcho();
     // Nothing can be done here about a terminal that is gone.
     [[maybe_unused]] const ssize_t written = ::write(guard.error, "\r\n", 2);
     // Reset to its default on entry: once this returns, the signal ends the process.
-    ::raise(signal);
+    static_cast<void>(::raise(signal));
 }
 
 extern "C" void NoteResumed(int /*signal*/) {
@@ -50,6 +54,11 @@ struct sigaction Action(void (*handler)(int), int flags) {
 }
 
 }  // namespace
+
+bool InForeground(int terminal) {
+    const pid_t foreground = ::tcgetpgrp(terminal);
+    return foreground <= 0 || foreground == ::getpgrp();
+}
 
 void StartTerminalGuard(int input, int error) {
     if (guard.active) {
@@ -82,7 +91,8 @@ void StopTerminalGuard() {
 }
 
 void HideTyping() {
-    if (!guard.active || guard.typingHidden != 0 || ::tcgetattr(guard.input, &guard.found) != 0) {
+    if (!guard.active || guard.typingHidden != 0 || !InForeground(guard.input) ||
+        ::tcgetattr(guard.input, &guard.found) != 0) {
         return;
     }
     termios silent = guard.found;
@@ -92,10 +102,8 @@ void HideTyping() {
 }
 
 void ShowTyping() {
-    if (guard.typingHidden != 0) {
-        ::tcsetattr(guard.input, TCSANOW, &guard.found);
-        guard.typingHidden = 0;
-    }
+    RestoreEcho();
+    guard.typingHidden = 0;
 }
 
 bool TakeResumed() {

@@ -11,6 +11,10 @@ namespace mod2neu {
 void StartTerminalGuard(int input, int error);
 void StopTerminalGuard();
 
+// False for a process that the user has put into the background, where it may neither read from its
+// terminal nor change its settings. A terminal that is not the controlling one has no background.
+bool InForeground(int terminal);
+
 // Keeps typed characters off the screen, where they would move what is redrawn in place.
 void HideTyping();
 void ShowTyping();

@@ -90,4 +90,22 @@ std::int32_t NextFlag(EntityType setType, std::int32_t database, std::int32_t pr
     return kNoId;
 }
 
+std::int32_t LastFlagOfRun(EntityType setType, std::int32_t database, std::int32_t member) {
+    while (member < kHighestId) {
+        const std::int32_t wordId = WordIdOf(member + 1);
+        const std::uint8_t* word = ViewRecord(setType, database, wordId);
+        if (word == nullptr) {
+            break;
+        }
+        const auto missing =
+            static_cast<std::uint16_t>(~ReadLittleEndian<std::uint16_t>(word + kMembersOffset) &
+                                       MembersFrom((member + 1) % kMembersPerWord));
+        if (missing != 0) {
+            return (wordId - 1) * kMembersPerWord + std::countl_zero(missing) - 1;
+        }
+        member = wordId * kMembersPerWord - 1;
+    }
+    return member;
+}
+
 }  // namespace mod2neu

@@ -20,4 +20,7 @@ namespace mod2neu {
 // The smallest member greater than `previous` (-1 to start); kNoId when there is none.
 std::int32_t NextFlag(EntityType setType, std::int32_t database, std::int32_t previous);
 
+// The last of the consecutive members that `member`, itself one of the set, stands among.
+std::int32_t LastFlagOfRun(EntityType setType, std::int32_t database, std::int32_t member);
+
 }  // namespace mod2neu

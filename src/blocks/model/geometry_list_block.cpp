@@ -91,12 +91,7 @@ bool FlagsToRanges(EntityType setType, std::int32_t setDatabase, EntityType rang
                    std::int32_t rangeDatabase) {
     std::int32_t first = NextFlag(setType, setDatabase, -1);
     while (first <= kHighestId) {
-        std::int32_t last = first;
-        std::int32_t next = NextFlag(setType, setDatabase, last);
-        while (next == last + 1) {
-            last = next;
-            next = NextFlag(setType, setDatabase, last);
-        }
+        const std::int32_t last = LastFlagOfRun(setType, setDatabase, first);
         std::array<std::uint8_t, Record<kIdRange>::kSize> range{};
         WriteLittleEndian(range.data() + kRangeFirst, first);
         WriteLittleEndian(range.data() + kRangeLast, last == first ? 0 : last);
@@ -106,7 +101,7 @@ bool FlagsToRanges(EntityType setType, std::int32_t setDatabase, EntityType rang
         if (!AppendRecord(rangeType, rangeDatabase, range.data(), id)) {
             return false;
         }
-        first = next;
+        first = NextFlag(setType, setDatabase, last);
     }
     return true;
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "neutral/real_format.h"
+#include "neutral/short_real.h"
 #include "platform/file_services.h"
 #include "shell/paths.h"
 
@@ -186,10 +187,18 @@ void EndBlock() {
     EndLine();
 }
 
-void PutReal(double value) {
-    char* out = AppendReal(ReserveOutput(), value, context->realWidth, context->realDigits);
-    *out = ',';
-    CommitOutput(out + 1);
+char* AppendRealField(char* out, double value) {
+    const std::int32_t width = context->realWidth;
+    const std::int32_t digits = context->realDigits;
+    char* end = nullptr;
+    if (width == realPlan.width && digits == realPlan.digits) [[likely]] {
+        end = AppendShortReal(out, value, realPlan);
+    }
+    if (end == nullptr) [[unlikely]] {
+        end = AppendReal(out, value, width, digits);
+    }
+    *end = ',';
+    return end + 1;
 }
 
 void PutString(std::string_view text) {

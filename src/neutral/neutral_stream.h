@@ -2,9 +2,8 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
-#include "neutral/field_writers.h"  // EndLine, PutLong, PutBool, PutByte, PutReal, PutFloat
+#include "neutral/field_writers.h"  // EndLine and the Put functions
 
 namespace mod2neu {
 
@@ -46,13 +45,6 @@ std::string NeutralStreamErrorText();
 // The lines that frame a block: "   -1" and the number in six columns, and "   -1".
 void BeginBlock(std::int32_t number);
 void EndBlock();
-
-// The text itself without a comma; "<NULL>" for an empty one.
-void PutString(std::string_view text);
-
-// The number of lines in `text`, then each on a line of its own; the caller ends the last one.
-// Carriage returns are dropped.
-void PutText(std::string_view text);
 
 // Copies a whole file into the stream, line feeds becoming CR LF. False, with nothing written,
 // when the file cannot be opened or memory for it cannot be had.

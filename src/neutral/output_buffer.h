@@ -6,7 +6,7 @@ namespace mod2neu {
 
 // What goes to the Neutral file in one write, and what one reservation may add behind it.
 constexpr std::size_t kOutputBlock = std::size_t{512} * 1024;
-constexpr std::size_t kOutputReserve = 4096;
+constexpr std::size_t kOutputReserve = 16384;
 
 // The text that waits for the file. Writers append at `next` what fits into kOutputReserve and
 // move it on; once `next` has passed `mark` a full block is due.

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include "neutral/decimal_text.h"
@@ -34,24 +35,45 @@ constexpr auto kPowersOfFive = PowersOf<28>(5);
 constexpr auto kPowersOfTen = PowersOf<20>(10);
 constexpr int kMostDecimals = static_cast<int>(kPowersOfFive.size()) - 1;
 
-// magnitude * 10^decimals, rounded to the nearest integer, ties to the even one. The integer is
-// below 2^63 and the magnitude a normal number of at least kSmallestReal.
-std::uint64_t RoundScaled(double magnitude, int decimals) {
+// A positive number as mantissa * 2^exponent.
+struct BinaryNumber {
+    std::uint64_t mantissa;
+    int exponent;
+};
+
+BinaryNumber Unpack(double magnitude) {
     const auto bits = std::bit_cast<std::uint64_t>(magnitude);
     constexpr std::uint64_t kImplicitBit = std::uint64_t{1} << 52;
-    const std::uint64_t mantissa = kImplicitBit | (bits & (kImplicitBit - 1));
-    const int exponent = static_cast<int>(bits >> 52) - 1075;
+    return {kImplicitBit | (bits & (kImplicitBit - 1)), static_cast<int>(bits >> 52) - 1075};
+}
 
-    const Product product = Product{mantissa} * kPowersOfFive[static_cast<std::size_t>(decimals)];
-    const int shift = -(exponent + decimals);
-    if (shift <= 0) {
-        return static_cast<std::uint64_t>(product << -shift);
-    }
-    const auto integer = static_cast<std::uint64_t>(product >> shift);
+// number / 2^shift, rounded to the nearest integer, ties to the even one; `remainder` tells that
+// the number is a little larger than it says.
+std::uint64_t RoundShifted(Product number, int shift, bool remainder) {
+    const auto integer = static_cast<std::uint64_t>(number >> shift);
     const Product half = Product{1} << (shift - 1);
-    const Product rest = product & ((half << 1) - 1);
-    const bool up = rest > half || (rest == half && (integer & 1) != 0);
+    const Product rest = number & ((half << 1) - 1);
+    const bool up = rest > half || (rest == half && (remainder || (integer & 1) != 0));
     return integer + (up ? 1 : 0);
+}
+
+// magnitude * 10^decimals, rounded to the nearest integer, ties to the even one. The integer is
+// below 2^60 and the magnitude at least kSmallestReal; up to kMostDecimals either way.
+std::uint64_t RoundScaled(double magnitude, int decimals) {
+    const BinaryNumber number = Unpack(magnitude);
+    const int shift = -(number.exponent + decimals);
+    if (decimals < 0) {
+        // The quotient keeps at least the bits of the integer and one more.
+        constexpr int kExtraBits = 64;
+        const Product dividend = Product{number.mantissa} << kExtraBits;
+        const std::uint64_t divisor = kPowersOfFive[static_cast<std::size_t>(-decimals)];
+        const Product quotient = dividend / divisor;
+        return RoundShifted(quotient, kExtraBits + shift, quotient * divisor != dividend);
+    }
+    const Product product =
+        Product{number.mantissa} * kPowersOfFive[static_cast<std::size_t>(decimals)];
+    return shift > 0 ? RoundShifted(product, shift, false)
+                     : static_cast<std::uint64_t>(product << -shift);
 }
 
 // Number of decimal digits; `number` is not 0.
@@ -100,12 +122,10 @@ char* AppendPointed(char* out, std::uint64_t number, int decimals) {
     return out + std::max(count - whole - zerosAtEnd, 0);
 }
 
-// A mantissa of one digit in front of the point, and a negative exponent of up to two digits.
-char* AppendExponentForm(char* out, std::uint64_t number, int digits, int exponent) {
-    out = AppendPointed(out, number, digits - 1);
+char* AppendExponent(char* out, int exponent) {
     *out++ = 'E';
-    *out++ = '-';
-    const int size = -exponent;
+    *out++ = exponent < 0 ? '-' : '+';
+    const int size = std::abs(exponent);
     if (size >= 10) {
         *out++ = static_cast<char>('0' + size / 10);
     }
@@ -114,33 +134,41 @@ char* AppendExponentForm(char* out, std::uint64_t number, int digits, int expone
 }
 
 char* AppendFixed(char* out, double magnitude, int decimals) {
-    if (decimals > kMostDecimals) {
+    constexpr double kTooLarge = 1e16;
+    if (decimals > kMostDecimals || magnitude >= kTooLarge) {
         return nullptr;
     }
     const std::uint64_t number = RoundScaled(magnitude, decimals);
     return number < kPowersOfTen[kMostDigits] ? AppendPointed(out, number, decimals) : nullptr;
 }
 
-char* AppendSmall(char* out, double magnitude, int logarithm, int digits) {
-    // The logarithm was truncated upward. A number that reaches the next power of ten, by itself
-    // or by rounding, has one digit too many.
-    int exponent = logarithm - 1;
-    if (digits - 1 - exponent > kMostDecimals) {
+char* AppendExponentForm(char* out, double magnitude, int logarithm, int digits) {
+    // Below 1 the logarithm was truncated upward.
+    int exponent = logarithm < 0 ? logarithm - 1 : logarithm;
+    const int decimals = digits - 1 - exponent;
+    if (decimals > kMostDecimals || decimals <= -kMostDecimals) {
         return nullptr;
     }
-    std::uint64_t number = RoundScaled(magnitude, digits - 1 - exponent);
+    std::uint64_t number = RoundScaled(magnitude, decimals);
+    // The logarithm may have been rounded up to the next integer, and the number up to the next
+    // power of ten: then there is a digit too few or too many.
+    if (logarithm > 0 && number <= kPowersOfTen[static_cast<std::size_t>(digits - 1)]) {
+        --exponent;
+        number = RoundScaled(magnitude, digits - 1 - exponent);
+    }
     if (number >= kPowersOfTen[static_cast<std::size_t>(digits)]) {
         ++exponent;
         number = RoundScaled(magnitude, digits - 1 - exponent);
     }
-    return AppendExponentForm(out, number, digits, exponent);
+    return AppendExponent(AppendPointed(out, number, digits - 1), exponent);
 }
 
 }  // namespace
 
 char* AppendScaledReal(char* out, double value, std::int32_t width, std::int32_t digits) {
     const double magnitude = std::fabs(value);
-    constexpr double kTooLarge = 1e16;
+    // Behind it logarithms are not told apart.
+    constexpr double kTooLarge = 1e31;
     if (!(magnitude >= kSmallestReal && magnitude < kTooLarge)) {
         return nullptr;
     }
@@ -156,8 +184,8 @@ char* AppendScaledReal(char* out, double value, std::int32_t width, std::int32_t
     char* end = nullptr;
     if (FixedLength(logarithm, count, negative) <= room) {
         end = AppendFixed(start, magnitude, FixedDecimals(logarithm, count));
-    } else if (logarithm <= -2) {
-        end = AppendSmall(start, magnitude, logarithm, count);
+    } else if (logarithm <= -2 || logarithm > count) {
+        end = AppendExponentForm(start, magnitude, logarithm, count);
     }
     return end != nullptr && end - out <= room ? end : nullptr;
 }

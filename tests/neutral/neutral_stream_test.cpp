@@ -156,6 +156,35 @@ TEST_F(NeutralStreamTest, WritesTexts) {
     }
 }
 
+// A line of the most fields, of their longest texts, right at the end of a full buffer.
+TEST_F(NeutralStreamTest, AWholeLineIsWrittenInOneGo) {
+    const std::string filler(kBlock - 1, 'x');
+    std::string wanted = filler;
+    const std::string text = Written([&] {
+        PutString(filler);
+        FieldLine line;
+        for (int lines = 0; lines < 3; ++lines) {
+            for (int i = 0; i < FieldLine::kMostFields; ++i) {
+                line.PutReal(1e-300);
+                line.PutReal(-1.23456789e+100);
+                line.PutLong(-2147483647);
+                wanted += "0.,-1.2345679E+100,-2147483647,";
+                i += 2;
+            }
+            line.EndLine();
+            wanted += "\r\n";
+        }
+        line.PutString("");
+        line.EndLine();
+        line.PutText("a\nb");
+        line.EndLine();
+        line.PutByte(255);
+        line.PutBool(2);
+        line.PutFloat(0.5F);
+    });
+    EXPECT_EQ(text, wanted + "<NULL>\r\n2,\r\na\r\nb\r\n255,1,0.5,");
+}
+
 TEST_F(NeutralStreamTest, CopiesFiles) {
     std::string bytes;
     for (int i = 0; i < 300000; ++i) {

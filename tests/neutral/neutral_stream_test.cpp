@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/memory_files.h"
+#include "support/reference_reals.h"
 
 namespace mod2neu {
 namespace {
@@ -156,20 +157,24 @@ TEST_F(NeutralStreamTest, WritesTexts) {
     }
 }
 
-// A line of the most fields, of their longest texts, right at the end of a full buffer.
+// Lines of the most fields, of the longest texts, from the last place of a full buffer on.
 TEST_F(NeutralStreamTest, AWholeLineIsWrittenInOneGo) {
-    const std::string filler(kBlock - 1, 'x');
-    std::string wanted = filler;
+    NeutralWriteContext context;
+    context.realDigits = 28;
+    context.realWidth = 35;
+    SetNeutralContext(&context);
+    constexpr double kValue = -1.2345678901234567e+100;
+    const std::string field = ReferenceReal(kValue, 35, 28) + ",";
+    ASSERT_EQ(field.size(), std::size_t{kMaxRealText + 1});
+
+    std::string wanted(kBlock - 1, 'x');
     const std::string text = Written([&] {
-        PutString(filler);
+        PutString(wanted);
         FieldLine line;
         for (int lines = 0; lines < 3; ++lines) {
             for (int i = 0; i < FieldLine::kMostFields; ++i) {
-                line.PutReal(1e-300);
-                line.PutReal(-1.23456789e+100);
-                line.PutLong(-2147483647);
-                wanted += "0.,-1.2345679E+100,-2147483647,";
-                i += 2;
+                line.PutReal(kValue);
+                wanted += field;
             }
             line.EndLine();
             wanted += "\r\n";
@@ -178,11 +183,12 @@ TEST_F(NeutralStreamTest, AWholeLineIsWrittenInOneGo) {
         line.EndLine();
         line.PutText("a\nb");
         line.EndLine();
+        line.PutLong(-5);
         line.PutByte(255);
         line.PutBool(2);
         line.PutFloat(0.5F);
     });
-    EXPECT_EQ(text, wanted + "<NULL>\r\n2,\r\na\r\nb\r\n255,1,0.5,");
+    EXPECT_EQ(text, wanted + "<NULL>\r\n2,\r\na\r\nb\r\n-5,255,1,0.5,");
 }
 
 TEST_F(NeutralStreamTest, CopiesFiles) {

@@ -169,11 +169,13 @@ bool CreateDatabase(double version) {
 bool ReadHeaderRecord() {
     DeclareEntityType(kIndexBlock, kIndexEntrySize);
     const int size = DeclaredHeaderSize();
-    if (ReadWorkingFile(0, DeclaredPlace(kDeclareHeaderRecord), static_cast<std::size_t>(size)) ==
-        size) {
+    const std::int64_t read =
+        ReadWorkingFile(0, DeclaredPlace(kDeclareHeaderRecord), static_cast<std::size_t>(size));
+    if (read == size) {
         return true;
     }
-    const std::string reason = SystemErrorText();
+    // A file that ends too early is no error of the host, whose last one would mislead.
+    const std::string reason = read < 0 ? SystemErrorText() : TextOfError(ENODATA);
     ShowMessage(MessageId::kReadDatabase, {reason});
     return false;
 }

@@ -67,17 +67,11 @@ bool IsDigitsSwitch(std::string_view name) {
     return EqualWithoutCase(name, "DIG");
 }
 
-// A slash begins a switch as well as an absolute path; a path has a further separator.
+// A slash begins a switch as well as an absolute path; only a path has a further separator.
 bool IsSwitch(const std::string& argument) {
-    if (argument.starts_with('-')) {
-        return true;
-    }
-    if (!argument.starts_with('/')) {
-        return false;
-    }
-    const std::string_view rest = std::string_view(argument).substr(1);
-    return IsWindowSwitch(rest) || IsDigitsSwitch(rest) ||
-           std::none_of(rest.begin(), rest.end(), IsSeparator);
+    return argument.starts_with('-') ||
+           (argument.starts_with('/') &&
+            std::none_of(argument.begin() + 1, argument.end(), IsSeparator));
 }
 
 void SetParentWindow(std::string_view value) {

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "database/close.h"
+#include "database/settings.h"
 #include "shell/messages.h"
 #include "shell/session.h"
 #include "support/memory_files.h"
@@ -122,7 +123,7 @@ TEST_F(StartupTests, ArgumentsNameModelDigitsAndWindow) {
 
 TEST_F(StartupTests, ModelNameIsCutAndLongPathsAreNotFound) {
     for (const std::size_t length : {127U, 128U, 259U, 260U, 5000U}) {
-        const std::string path = "/d/" + std::string(length - 7, 'd') + ".mod";
+        const std::string path = "/d/" + std::string(length - 9, 'd') + "/a.mod";
         files.Put(path, EmptyModel(5.1));
         desktop.boxes.clear();
         EXPECT_FALSE(StartUp({path}));
@@ -133,6 +134,11 @@ TEST_F(StartupTests, ModelNameIsCutAndLongPathsAreNotFound) {
         ASSERT_TRUE(CloseDatabase());
         ResetSession();
     }
+}
+
+TEST_F(StartupTests, NothingBehindThePathLimitIsRead) {
+    EXPECT_FALSE(StartUp({std::string(259, ' ') + "a.mod"}));
+    EXPECT_EQ(desktop.boxes.at(0).text, "Unable to Open File " + std::string(139, ' '));
 }
 
 TEST_F(StartupTests, HeldModelIsReportedLikeAMissingOne) {
@@ -224,6 +230,9 @@ TEST_F(StartupTests, ChosenNameIsAdjusted) {
 
 TEST_F(StartupTests, ModelIsConvertedBesideItself) {
     desktop.liveWindows = {4711};
+    DatabaseSettings smaller;
+    smaller.MinBuffers = 5;  // back to the default with every opening
+    SetDatabaseSettings(smaller);
     const std::string model = EmptyModel(6.0);
     files.Put("/data/v1.2/wing.old.mod", model);
     RunProgram({"/data/v1.2/wing.old.mod", "-hwnd", "4711"});

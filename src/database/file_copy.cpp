@@ -13,6 +13,7 @@ namespace mod2neu {
 namespace {
 
 constexpr std::size_t kMaxTransferBlocks = 48;
+constexpr std::size_t kHostCopyBytes = std::size_t{8} * 1024 * 1024;
 
 struct TransferBuffer {
     std::unique_ptr<std::uint8_t[]> bytes;
@@ -59,7 +60,15 @@ struct CopyEnds {
     FileHandle destination;
 };
 
+// Copies as much as the host can copy by itself. Where it cannot go on, for whatever reason, the
+// transfer buffer does, and meets the reason itself.
+void CopyWithinHost(const CopyEnds& ends) {
+    while (Files().CopyRange(ends.source, ends.destination, kHostCopyBytes) > 0) {
+    }
+}
+
 bool Transfer(const CopyEnds& ends, const TransferBuffer& buffer) {
+    CopyWithinHost(ends);
     for (;;) {
         const std::int64_t size = Files().Read(ends.source, buffer.bytes.get(), buffer.size);
         if (size == 0) {

@@ -60,6 +60,12 @@ class FileServices {
     // Bytes written; fewer than `size` means failure. -1 when none could be written.
     virtual std::int64_t Write(FileHandle file, const void* data, std::size_t size) = 0;
 
+    // Copies up to `size` bytes from the one file's position to the other's without taking them
+    // through the program; both positions move on. Bytes copied; 0 at the end of `from`; -1 when
+    // the host has no such way between these files or it failed, which reading and writing will
+    // tell apart. LastError stays as it was.
+    virtual std::int64_t CopyRange(FileHandle from, FileHandle to, std::size_t size) = 0;
+
     // The new position in bytes from the beginning; -1 on failure.
     virtual std::int64_t Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) = 0;
 

@@ -16,12 +16,31 @@ int HostControl(int fd, int command, int argument) {
     return ::fcntl(fd, command, argument);
 }
 
+// Shares the blocks where the file system can, and copies within the kernel elsewhere.
+ssize_t HostCopyRange(int from, int to, std::size_t size) {
+    return ::copy_file_range(from, nullptr, to, nullptr, size, 0);
+}
+
 }  // namespace
 
 const PosixCalls& HostCalls() {
     static const PosixCalls host = {
-        HostOpen,    ::close, HostControl, ::flock, ::fstat,         ::stat,   ::lstat,   ::fchmod,
-        ::ftruncate, ::read,  ::write,     ::lseek, ::posix_fadvise, ::unlink, ::geteuid,
+        .open = HostOpen,
+        .close = ::close,
+        .control = HostControl,
+        .lock = ::flock,
+        .statusOf = ::fstat,
+        .statusAt = ::stat,
+        .statusOfLink = ::lstat,
+        .changeMode = ::fchmod,
+        .truncate = ::ftruncate,
+        .read = ::read,
+        .write = ::write,
+        .copyRange = HostCopyRange,
+        .seek = ::lseek,
+        .advise = ::posix_fadvise,
+        .unlink = ::unlink,
+        .effectiveUser = ::geteuid,
     };
     return host;
 }

@@ -22,6 +22,7 @@ struct PosixCalls {
     int (*truncate)(int fd, off_t size);                         // ftruncate
     ssize_t (*read)(int fd, void* buffer, std::size_t size);
     ssize_t (*write)(int fd, const void* data, std::size_t size);
+    ssize_t (*copyRange)(int from, int to, std::size_t size);  // copy_file_range
     off_t (*seek)(int fd, off_t offset, int origin);
     int (*advise)(int fd, off_t offset, off_t size, int advice);
     int (*unlink)(const char* path);

@@ -320,6 +320,10 @@ std::int64_t PosixFileServices::Write(FileHandle file, const void* data, std::si
     return static_cast<std::int64_t>(done);
 }
 
+std::int64_t PosixFileServices::CopyRange(FileHandle from, FileHandle to, std::size_t size) {
+    return Retry([&] { return calls_.copyRange(from, to, size); });
+}
+
 std::int64_t PosixFileServices::Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
     const int whence = origin == SeekOrigin::kBegin ? SEEK_SET : SEEK_END;
     const off_t position = Retry([&] { return calls_.seek(file, off_t{offset}, whence); });

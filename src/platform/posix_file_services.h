@@ -16,6 +16,7 @@ class PosixFileServices final : public FileServices {
     FileHandle Open(const std::string& path, const OpenMode& mode) override;
     std::int64_t Read(FileHandle file, void* buffer, std::size_t size) override;
     std::int64_t Write(FileHandle file, const void* data, std::size_t size) override;
+    std::int64_t CopyRange(FileHandle from, FileHandle to, std::size_t size) override;
     std::int64_t Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) override;
     std::int64_t Size(FileHandle file) override;
     bool Close(FileHandle file) override;

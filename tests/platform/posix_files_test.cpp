@@ -317,5 +317,31 @@ TEST_F(PosixFiles, NoFileTakesThePlaceOfAStandardStream) {
     EXPECT_EQ(0, status);
 }
 
+// Both positions move on, so that what the host leaves can be read and written behind it.
+TEST_F(PosixFiles, CopiesWithinTheHostUpToTheEnd) {
+    const std::string text(300000, 'c');
+    const FileHandle from = files_.Open(directory_.Write("from", text), {});
+    const FileHandle to = files_.Open(directory_ / "to", {FileAccess::kCreate});
+    ASSERT_GT(from, 0);
+    ASSERT_GT(to, 0);
+    ASSERT_EQ(files_.Write(to, "head", 4), 4);
+    char skipped[5];
+    ASSERT_EQ(files_.Read(from, skipped, sizeof skipped), 5);
+    std::int64_t copied = 0;
+    for (std::int64_t size = 1; size > 0; copied += size) {
+        size = files_.CopyRange(from, to, 131072);
+        ASSERT_GE(size, 0);
+    }
+    EXPECT_EQ(copied, 299995);
+    EXPECT_EQ(files_.Size(to), 299999);
+    EXPECT_EQ(files_.Seek(to, 0, SeekOrigin::kBegin), 0);
+    std::string back(299999, '?');
+    EXPECT_EQ(files_.Read(to, back.data(), back.size()), 299999);
+    EXPECT_EQ(back, "head" + text.substr(5));
+    EXPECT_LT(files_.CopyRange(to, from, 1), 0) << "a file that was opened for reading";
+    EXPECT_TRUE(files_.Close(from));
+    EXPECT_TRUE(files_.Close(to));
+}
+
 }  // namespace
 }  // namespace mod2neu

@@ -1,9 +1,8 @@
 // Compares the text of reals with the slow reference over as many values of every kind as asked.
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <iostream>
 #include <string>
 
 #include "neutral/real_format.h"
@@ -25,8 +24,8 @@ bool Agrees(double value, const Setting& setting) {
     if (wanted == text) {
         return true;
     }
-    std::printf("%a with width %d and %d digits: \"%s\", should be \"%s\"\n", value, setting.width,
-                setting.digits, text, wanted.c_str());
+    std::cout << std::hexfloat << value << " with width " << setting.width << " and "
+              << setting.digits << " digits: " << text << ", should be " << wanted << '\n';
     return false;
 }
 
@@ -39,23 +38,25 @@ std::int64_t CountFaults(RealKind kind, std::int64_t values, const Setting& sett
     return faults;
 }
 
+void Report(RealKind kind, const char* setting, std::int64_t values, std::int64_t faults) {
+    std::cout << NameOf(kind) << ", " << setting << ": " << values << " values, " << faults
+              << " faults" << std::endl;
+}
+
 // The faults found in all kinds of values.
 std::int64_t CheckAll(std::int64_t values) {
     std::int64_t faults = 0;
     for (const RealKind kind : kAllRealKinds) {
-        const std::int64_t found = CountFaults(kind, values, {15, 8});
-        std::printf("%-12s 8 digits: %lld values, %lld faults\n", NameOf(kind),
-                    static_cast<long long>(values), static_cast<long long>(found));
-        std::fflush(stdout);
-        faults += found;
+        const std::int64_t found =
+            CountFaults(kind, values, {kDefaultRealWidth, kDefaultRealDigits});
+        Report(kind, "8 digits", values, found);
         std::int64_t others = 0;
+        const std::int64_t share = values / 40;
         for (std::int32_t digits = -8; digits <= 32; ++digits) {
-            others += CountFaults(kind, values / 40, {digits + 7, digits});
+            others += CountFaults(kind, share, {digits + 7, digits});
         }
-        std::printf("%-12s -8 to 32 digits: %lld values, %lld faults\n", NameOf(kind),
-                    static_cast<long long>(values / 40 * 41), static_cast<long long>(others));
-        std::fflush(stdout);
-        faults += others;
+        Report(kind, "-8 to 32 digits", 41 * share, others);
+        faults += found + others;
     }
     return faults;
 }
@@ -64,6 +65,6 @@ std::int64_t CheckAll(std::int64_t values) {
 }  // namespace mod2neu
 
 int main(int argc, char** argv) {
-    const std::int64_t values = argc > 1 ? std::atoll(argv[1]) : 1000000;
+    const std::int64_t values = argc > 1 ? std::strtoll(argv[1], nullptr, 10) : 1000000;
     return mod2neu::CheckAll(values) == 0 ? 0 : 1;
 }

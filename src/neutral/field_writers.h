@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include "neutral/integer_text.h"
@@ -14,7 +13,8 @@ namespace mod2neu {
 // for room and never allocates.
 
 inline char* AppendLineEnd(char* out) {
-    std::memcpy(out, "\r\n", 2);
+    out[0] = '\r';
+    out[1] = '\n';
     return out + 2;
 }
 

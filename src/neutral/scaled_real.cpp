@@ -90,12 +90,17 @@ void StoreLongText(char* out, Product characters) {
     StoreText(out + 8, static_cast<std::uint64_t>(characters));
 }
 
+char* AppendZeroPoint(char* out) {
+    out[0] = '0';
+    out[1] = '.';
+    return out + 2;
+}
+
 // `number` * 10^-decimals with its point, without zeros at the end of the fraction. The number is
 // below 10^16.
 char* AppendPointed(char* out, std::uint64_t number, int decimals) {
     if (number == 0) {
-        std::memcpy(out, "0.", 2);
-        return out + 2;
+        return AppendZeroPoint(out);
     }
     constexpr std::uint64_t kWord = 100000000;
     const DigitWord high = EightDigits(static_cast<std::uint32_t>(number / kWord));
@@ -108,8 +113,7 @@ char* AppendPointed(char* out, std::uint64_t number, int decimals) {
 
     const int whole = std::max(count - decimals, 0);
     if (whole == 0) {
-        std::memcpy(out, "0.", 2);
-        out += 2;
+        out = AppendZeroPoint(out);
         std::memset(out, '0', kMostDecimals);
         out += decimals - count;
         StoreLongText(out, digits);

@@ -36,7 +36,7 @@ struct RealRow {
 // Binary exponents, as doubles hold them, that have rows of their own: from below kSmallestReal to
 // above 10^8. All others count as the outermost ones.
 constexpr int kFirstBinade = 1023 - 51;
-constexpr int kBinades = 80;
+constexpr std::size_t kBinades = 80;
 
 // Rows for one pair of width and digit count.
 struct RealPlan {
@@ -58,7 +58,8 @@ inline char* AppendShortReal(char* out, double value, const RealPlan& plan) {
     const std::uint64_t magnitude = bits & ~kSignBit;
     int binade = static_cast<int>(magnitude >> kMantissaBits) - kFirstBinade;
     binade = binade < 0 ? 0 : binade;
-    binade = binade < kBinades ? binade : kBinades - 1;
+    constexpr int kLast = static_cast<int>(kBinades) - 1;
+    binade = binade < kLast ? binade : kLast;
     const auto index = static_cast<std::size_t>(binade);
     const RealRow& row = plan.rows[(bits >> 63) * (2 * kBinades) + 2 * index +
                                    (magnitude >= plan.second[index] ? 1 : 0)];

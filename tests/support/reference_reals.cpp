@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 
 namespace mod2neu {
 namespace {
@@ -38,7 +37,7 @@ void EnsurePoint(std::string& text) {
 
 int ExactExponent(double value) {
     const std::string text = Print("%.*e", 330, value);
-    return std::atoi(text.c_str() + text.find('e') + 1);
+    return std::stoi(text.substr(text.find('e') + 1));
 }
 
 // Mantissa, 'e', sign and at least three digits of exponent.

@@ -10,11 +10,12 @@
 // leads into an empty block.
 //
 // Damage. The links of a damaged file must not be followed blindly, since what they name would be
-// overwritten. Three rules keep blocks that are in use out of reach; a sound file meets them
+// overwritten. A few rules keep blocks that are in use out of reach; a sound file meets them
 // always. A block is reused only if its header says that it is free and its entry bears its own
 // number as key; otherwise the free list is forgotten and the file grows. A neighbour's link is
 // changed only if it points back. And a block is released only if the index leads to that very
-// block. A free list that runs in a circle thus ends when it comes to a block in use.
+// block. A free list that runs in a circle thus ends when it comes to a block in use. A block that
+// is appended must not have an entry yet, as it may in a file that was cut off.
 
 #include "database/block_allocation.h"
 
@@ -178,18 +179,34 @@ void AppendZeroBlock(std::uint32_t block) {
     NoteBlockAppended(block);
 }
 
+// True when the entry of a block that has just been appended is in use or cannot be used. Where a
+// file was cut off, the blocks behind its end may still be members of a chain, which leads on to
+// blocks that are there.
+bool IsEntryTaken(std::uint32_t block) {
+    IndexPosition position;
+    if (!LoadPosition(block, position)) {
+        return IsEntryDamaged(block);
+    }
+    const IndexEntry& entry = position.entry;
+    return entry.key != BlockKey{} || entry.next != 0 || entry.previous != 0;
+}
+
+// At the latest behind the next index block an entry is free.
 std::uint32_t GrowFile() {
     const std::uint32_t count = FileBlockCount();
     if (count == kNoBlock) {
         return kNoBlock;
     }
     std::uint32_t block = std::max(count, kFirstIndexBlock);
-    if (IsIndexBlockPlace(block)) {
+    for (;; ++block) {
+        if (IsIndexBlockPlace(block)) {
+            AppendZeroBlock(block++);
+        }
         AppendZeroBlock(block);
-        ++block;
+        if (!IsEntryTaken(block)) {
+            return block;
+        }
     }
-    AppendZeroBlock(block);
-    return block;
 }
 
 // Writes the header of a block that comes into use.

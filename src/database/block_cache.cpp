@@ -3,6 +3,12 @@
 // in memory. The cache grows to its limit first; then the least recently used buffer is written
 // back, if it was changed, and reused.
 //
+// As soon as buffers have to be reused, the file is larger than the cache. From then on a group
+// that does not follow the one read before is read in two steps: the block that is asked for, and
+// the rest once a second block of the group is. In an old model, whose blocks lie in any order, a
+// group is dropped again before that, and reading twenty blocks for every one would be most of the
+// work. What is found is the same, since every block is found through the index as well.
+//
 // What is written of a group is its prefix up to the last block in use. Never-used (all-zero)
 // blocks may stand anywhere in a group, so the prefix is kept as a position and not as a count of
 // used blocks: a count would leave out a used block that follows an unused one.
@@ -63,6 +69,8 @@ struct CacheState {
     std::uint32_t useClock = 0;
     bool locked = false;
     bool fileLeftClosed = false;
+    bool hasReused = false;  // a buffer was emptied for another group
+    std::uint32_t lastGroupRead = 0;
     bool changed = false;
     std::array<BlockPlace, kEntityTypeCount> lastLocated{};
 };
@@ -86,7 +94,11 @@ BlockPlace& ChainOf(EntityType kind, BlockKey key) {
 }
 
 bool IsInUse(BlockPlace place) {
-    return place.buffer < cache.bufferCount && place.slot < cache.buffers[place.buffer].blocksInUse;
+    if (place.buffer >= cache.bufferCount) {
+        return false;
+    }
+    const CacheBuffer& buffer = cache.buffers[place.buffer];
+    return place.slot < buffer.blocksInUse && place.slot >= buffer.firstLoaded;
 }
 
 bool AllocateTables() {
@@ -122,27 +134,72 @@ bool IsChainable(const std::uint8_t* block, std::uint32_t number) {
     return IsRecordKind(kind);
 }
 
-// Reads the buffer's group. False when nothing could be read; the buffer is all zeros then.
-bool FillBuffer(CacheBuffer& buffer) {
-    const std::int64_t size = ReadWorkingFile(buffer.groupStart, buffer.data.get(), GroupBytes());
-    const auto blocks = static_cast<std::size_t>(std::max<std::int64_t>(size, 0)) / kBlockSize;
-    std::memset(buffer.data.get() + blocks * kBlockSize, 0, GroupBytes() - blocks * kBlockSize);
-    buffer.blocksPresent = static_cast<std::uint16_t>(blocks);
-    return size > 0;
+std::uint8_t* SlotData(const CacheBuffer& buffer, std::size_t slot) {
+    return buffer.data.get() + slot * kBlockSize;
 }
 
-// Counts and chains the blocks that have just been read.
-void AdmitBlocks(std::uint16_t index) {
+// Reads the blocks of the buffer's group from slot `first` up to `end`, zeros where there are none.
+// The number of whole blocks read and, in `failed`, whether reading them failed.
+std::size_t ReadSlots(CacheBuffer& buffer, std::size_t first, std::size_t end, bool& failed) {
+    const std::size_t size = (end - first) * kBlockSize;
+    const auto number = buffer.groupStart + static_cast<std::uint32_t>(first);
+    const std::int64_t got = ReadWorkingFile(number, SlotData(buffer, first), size);
+    failed = got < 0;
+    const auto blocks = static_cast<std::size_t>(std::max<std::int64_t>(got, 0)) / kBlockSize;
+    std::memset(SlotData(buffer, first + blocks), 0, size - blocks * kBlockSize);
+    return blocks;
+}
+
+// Counts and chains the blocks from slot `first` up to `end`, which have just been read.
+void AdmitBlocks(std::uint16_t index, std::size_t first, std::size_t end) {
     CacheBuffer& buffer = cache.buffers[index];
-    for (std::uint16_t slot = 0; slot < buffer.blocksPresent; ++slot) {
-        const std::uint8_t* block = buffer.data.get() + slot * kBlockSize;
+    for (std::size_t i = first; i < end; ++i) {
+        const auto slot = static_cast<std::uint16_t>(i);
+        const std::uint8_t* block = SlotData(buffer, slot);
         if (KindOfBlock(block) != kNeverUsed) {
-            buffer.blocksInUse = static_cast<std::uint16_t>(slot + 1);
+            buffer.blocksInUse = std::max(buffer.blocksInUse, static_cast<std::uint16_t>(slot + 1));
             if (IsChainable(block, buffer.groupStart + slot)) {
                 LinkCachedBlock({index, slot});
             }
         }
     }
+    buffer.blocksPresent = std::max(buffer.blocksPresent, static_cast<std::uint16_t>(end));
+}
+
+// Reads the group into the empty buffer, or of a required block's group the block alone. False
+// when nothing could be read; the buffer is all zeros then.
+bool FillBuffer(BlockPlace place, bool required) {
+    CacheBuffer& buffer = cache.buffers[place.buffer];
+    const bool follows = buffer.groupStart == cache.lastGroupRead + cache.blocksPerBuffer;
+    cache.lastGroupRead = buffer.groupStart;
+    buffer.whole = !required || !cache.hasReused || follows;
+    buffer.firstLoaded = buffer.whole ? std::uint16_t{0} : place.slot;
+    const std::size_t end = buffer.whole ? cache.blocksPerBuffer : place.slot + std::size_t{1};
+    bool failed = false;
+    const std::size_t blocks = ReadSlots(buffer, buffer.firstLoaded, end, failed);
+    AdmitBlocks(place.buffer, buffer.firstLoaded, buffer.firstLoaded + blocks);
+    return blocks > 0;
+}
+
+// Reads what is missing of a group of which one block is in memory. False, with that block still
+// the only one, when it cannot be read.
+bool CompleteBuffer(std::uint16_t index) {
+    CacheBuffer& buffer = cache.buffers[index];
+    const std::size_t before = buffer.firstLoaded;
+    const std::size_t behind = before + 1;
+    bool failed = false;
+    if (ReadSlots(buffer, 0, before, failed) != before) {
+        return false;
+    }
+    const std::size_t blocks = ReadSlots(buffer, behind, cache.blocksPerBuffer, failed);
+    if (failed) {
+        return false;
+    }
+    AdmitBlocks(index, 0, before);
+    AdmitBlocks(index, behind, behind + blocks);
+    buffer.firstLoaded = 0;
+    buffer.whole = true;
+    return true;
 }
 
 bool FindGroup(std::uint32_t groupStart, std::uint16_t& buffer) {
@@ -166,8 +223,10 @@ bool WriteIfDirty(CacheBuffer& buffer) {
         return true;
     }
     cache.changed = true;
-    if (buffer.blocksInUse > 0 && !WriteWorkingFile(buffer.groupStart, buffer.data.get(),
-                                                    std::size_t{buffer.blocksInUse} * kBlockSize)) {
+    const std::size_t first = buffer.firstLoaded;
+    if (buffer.blocksInUse > first &&
+        !WriteWorkingFile(buffer.groupStart + static_cast<std::uint32_t>(first),
+                          SlotData(buffer, first), (buffer.blocksInUse - first) * kBlockSize)) {
         return ReportWriteFailure();
     }
     buffer.dirty = false;
@@ -178,9 +237,11 @@ void EmptyBuffer(std::uint16_t index) {
     for (std::uint16_t slot = 0; slot < cache.blocksPerBuffer; ++slot) {
         UnlinkCachedBlock({index, slot});
     }
-    cache.buffers[index].blocksInUse = 0;
-    cache.buffers[index].blocksPresent = 0;
-    cache.buffers[index].groupStart = 0;
+    CacheBuffer& buffer = cache.buffers[index];
+    buffer.blocksInUse = 0;
+    buffer.blocksPresent = 0;
+    buffer.groupStart = 0;
+    buffer.whole = false;
 }
 
 bool WriteHeaderRecord() {
@@ -291,15 +352,19 @@ bool ReadBlockGroup(bool required, std::uint32_t block, BlockPlace& place) {
     }
     place.slot = static_cast<std::uint16_t>((block - kFirstIndexBlock) % cache.blocksPerBuffer);
     const std::uint32_t groupStart = block - place.slot;
-    if (!FindGroup(groupStart, place.buffer)) {
+    if (FindGroup(groupStart, place.buffer)) {
+        const CacheBuffer& buffer = cache.buffers[place.buffer];
+        if (!buffer.whole && place.slot != buffer.firstLoaded && !CompleteBuffer(place.buffer)) {
+            return false;
+        }
+    } else {
         if (!GetFreeBuffer(place.buffer)) {
             return false;
         }
         CacheBuffer& buffer = cache.buffers[place.buffer];
         buffer.groupStart = groupStart;
-        if (FillBuffer(buffer)) {
-            AdmitBlocks(place.buffer);
-        } else if (required) {
+        buffer.blocksPresent = 0;
+        if (!FillBuffer(place, required) && required) {
             buffer.groupStart = 0;
         }
     }
@@ -324,6 +389,7 @@ bool GetFreeBuffer(std::uint16_t& buffer) {
         buffer = static_cast<std::uint16_t>(HighestBuffer());
         return true;
     }
+    cache.hasReused = true;
     return WriteBack(buffer);
 }
 
@@ -413,13 +479,14 @@ std::uint32_t TouchBuffer(std::uint16_t buffer) {
 void NoteBlockAppended(std::uint32_t block) {
     const std::uint32_t slot = (block - kFirstIndexBlock) % cache.blocksPerBuffer;
     std::uint16_t buffer = 0;
-    if (FindGroup(block - slot, buffer) && cache.buffers[buffer].blocksPresent == slot) {
+    if (FindGroup(block - slot, buffer) && cache.buffers[buffer].whole &&
+        cache.buffers[buffer].blocksPresent == slot) {
         ++cache.buffers[buffer].blocksPresent;
     }
 }
 
 std::uint8_t* BlockAt(BlockPlace place) {
-    return cache.buffers[place.buffer].data.get() + place.slot * kBlockSize;
+    return SlotData(cache.buffers[place.buffer], place.slot);
 }
 
 std::uint32_t BlockNumberAt(BlockPlace place) {
@@ -427,7 +494,8 @@ std::uint32_t BlockNumberAt(BlockPlace place) {
 }
 
 bool IsBlockPresent(BlockPlace place) {
-    return place.slot < cache.buffers[place.buffer].blocksPresent;
+    const CacheBuffer& buffer = cache.buffers[place.buffer];
+    return place.slot >= buffer.firstLoaded && place.slot < buffer.blocksPresent;
 }
 
 bool HoldsBlock(BlockPlace place, std::uint32_t block) {

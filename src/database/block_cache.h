@@ -10,12 +10,15 @@ namespace mod2neu {
 
 constexpr int kAllBuffers = -1;
 
-// A buffer and the group of consecutive blocks that it holds.
+// A buffer and the group of consecutive blocks that it holds, or the one block of the group that
+// was asked for so far.
 struct CacheBuffer {
     std::uint32_t lastUse = 0;        // clock of the cache at the last use
     std::uint32_t groupStart = 0;     // number of the first block; 0: no group
-    std::uint16_t blocksInUse = 0;    // blocks from the first to the last one in use
-    std::uint16_t blocksPresent = 0;  // blocks of the group that the file has
+    std::uint16_t firstLoaded = 0;    // slots before this one have not been read
+    std::uint16_t blocksInUse = 0;    // the slot behind the last block in use
+    std::uint16_t blocksPresent = 0;  // the slot behind the last block that has been read
+    bool whole = false;               // every block that the file has of the group has been read
     bool dirty = false;               // changed since it was last written
     std::unique_ptr<std::uint8_t[]> data;
 };

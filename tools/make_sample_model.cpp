@@ -1,11 +1,23 @@
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
+
+#include <unistd.h>
 
 #include "platform/host_signals.h"
 #include "sample/sample_model.h"
 
 namespace {
+
+// The engine ends the process without a word when a new block cannot be made.
+extern "C" void ReportAbort(int /*signal*/) {
+    constexpr std::string_view kReason =
+        "make_sample_model: out of disk space or memory; the model is unfinished\n";
+    (void)!write(STDERR_FILENO, kReason.data(), kReason.size());
+    _exit(1);
+}
 
 // Exit code of the program.
 int MakeSampleModel(const std::string& path) {
@@ -28,6 +40,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     mod2neu::IgnoreWriteSignals();
+    (void)std::signal(SIGABRT, ReportAbort);
     try {
         return MakeSampleModel(argv[1]);
     } catch (const std::exception& failure) {

@@ -1,0 +1,121 @@
+// Converts the input, taken as a model file, in memory. Beside what the sanitizers watch, the run
+// must leave the model as it was, no file open and no working copy behind.
+//
+// The header record's generation stamp, which no conversion depends on, selects the size of the
+// cache and the digits of reals, so that every input is a model file as it stands.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "database/catalogue.h"
+#include "database/close.h"
+#include "database/database_file.h"
+#include "database/settings.h"
+#include "model_mutator.h"
+#include "neutral/conversion.h"
+#include "neutral/neutral_stream.h"
+#include "shell/messages.h"
+#include "shell/session.h"
+#include "shell/status_window.h"
+#include "support/memory_files.h"
+#include "support/recording_desktop.h"
+
+namespace mod2neu {
+namespace {
+
+constexpr const char* kModel = "/models/wing.MOD";
+constexpr std::size_t kStampOffset = 456;
+
+// A few blocks may name one large table any number of times; what follows that much text is more
+// of the same.
+constexpr std::size_t kMostText = std::size_t{4} << 20;
+
+struct TextLimitReached {};
+
+void Require(bool condition, const char* what) {
+    if (!condition) {
+        (void)std::fprintf(stderr, "A promise is broken: %s\n", what);
+        std::abort();
+    }
+}
+
+void Configure(std::uint8_t cache) {
+    DatabaseSettings settings;
+    constexpr int kBlocksPerBuffer[] = {1, 7, 20, 3};
+    settings.BlocksPerBuffer = kBlocksPerBuffer[cache % 4];
+    settings.MinBuffers = 5;
+    settings.MaxBuffers = cache % 4 == 2 ? 250 : 5;
+    SetDatabaseSettings(settings);
+}
+
+void ResetProgram() {
+    ResetDatabase();
+    ResetSession();
+    ResetMessages();
+    ResetStatusWindow();
+}
+
+std::int32_t Digits(std::uint8_t choice) {
+    return choice < 128 ? 8 : choice % 40 - 8;
+}
+
+// A model that cannot be opened may leave its working copy behind.
+void Convert(const MemoryFiles& files, std::int32_t digits) {
+    CurrentSession().ModelFileName = kModel;
+    CreateStatusWindow();
+    LoadEntityTypeNames();
+    DeclareCatalogue();
+    if (OpenDatabase()) {
+        ConvertToNeutral(9, "/models/wing.neu", digits);
+        Require(CloseModelSession(), "a database that was opened can be closed");
+        Require(files.Paths().size() == 2 && !files.Has("/temp/wing.scr"),
+                "beside the model there is its Neutral file alone");
+    }
+}
+
+void Run(std::string_view model) {
+    MemoryFiles files;
+    const RecordingDesktop desktop;
+    files.Put(kModel, model);
+    std::size_t text = 0;
+    files.onCall = [&](const FileCallRecord& call) {
+        if (call.kind == FileCall::kWrite && call.path.ends_with(".neu")) {
+            text += call.size;
+            if (text > kMostText) {
+                throw TextLimitReached();
+            }
+        }
+    };
+    ResetProgram();
+    const bool hasStamp = model.size() >= kStampOffset + 2;
+    const auto stampByte = [&](std::size_t i) {
+        return static_cast<std::uint8_t>(hasStamp ? model[kStampOffset + i] : 0);
+    };
+    Configure(stampByte(0));
+    try {
+        Convert(files, Digits(stampByte(1)));
+        Require(files.OpenHandles() == 0, "no file is left open");
+    } catch (const TextLimitReached&) {
+        files.onCall = nullptr;
+        CloseNeutralStream();
+    }
+    Require(files.Bytes(kModel) == model, "the model is what it was");
+    ResetProgram();
+}
+
+}  // namespace
+}  // namespace mod2neu
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    mod2neu::Run({reinterpret_cast<const char*>(data), size});
+    return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned seed) {
+    return mod2neu::MutateModel(data, size, maxSize, seed, LLVMFuzzerMutate);
+}

@@ -1,0 +1,46 @@
+// Writes the models that fuzzing starts from: make_seeds DIRECTORY.
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "robustness/rich_model.h"
+
+namespace {
+
+using mod2neu::ModelBuilder;
+using mod2neu::RichModel;
+
+bool Write(const std::string& path, const ModelBuilder& model) {
+    const std::vector<std::uint8_t> bytes = model.Build().bytes;
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    return file.good();
+}
+
+// Every part of a model alone, so that most inputs are small; then whole models.
+bool WriteSeeds(const std::string& directory) {
+    bool good = true;
+    for (unsigned part = 1; part <= mod2neu::kResultPart; part *= 2) {
+        const std::string path = directory + "/part_" + std::to_string(part);
+        good &= Write(path, RichModel({.parts = part}));
+        good &= Write(path + "_noise",
+                      RichModel({.parts = part, .noise = part}).FreeBlocks(2).Shuffle(part));
+    }
+    good &= Write(directory + "/whole", RichModel());
+    good &= Write(directory + "/whole_shuffled", RichModel().FreeBlocks(3).Shuffle(1));
+    good &= Write(directory + "/two_runs",
+                  RichModel({.scale = 3}).NeverUsedBlocks(20).Garbage(5).Shuffle(2));
+    return good;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2 || !WriteSeeds(argv[1])) {
+        (void)std::fputs("Usage: make_seeds DIRECTORY\n", stderr);
+        return 1;
+    }
+}

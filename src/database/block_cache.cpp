@@ -32,6 +32,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
+#include <vector>
 
 #include "database/block_hints.h"
 #include "database/database_file.h"
@@ -41,6 +43,7 @@
 #include "database/working_file.h"
 #include "shell/messages.h"
 #include "shell/paths.h"
+#include "shell/progress.h"
 
 namespace mod2neu {
 
@@ -71,6 +74,7 @@ struct CacheState {
     bool fileLeftClosed = false;
     bool hasReused = false;  // a buffer was emptied for another group
     std::uint32_t lastGroupRead = 0;
+    std::vector<bool> blocksSeen;  // by block number, while progress is shown
     bool changed = false;
     std::array<BlockPlace, kEntityTypeCount> lastLocated{};
 };
@@ -138,6 +142,26 @@ std::uint8_t* SlotData(const CacheBuffer& buffer, std::size_t slot) {
     return buffer.data.get() + slot * kBlockSize;
 }
 
+// A block that is read again is no progress. Memory that cannot be had for this ends the display,
+// not the run.
+void NoteBlocksRead(std::uint32_t first, std::size_t count) try {
+    if (!IsProgressShown()) {
+        return;
+    }
+    if (cache.blocksSeen.size() < first + count) {
+        const auto inFile = static_cast<std::size_t>(WorkingFileSize() / kBlockSize);
+        cache.blocksSeen.resize(std::max(first + count, inFile));
+    }
+    std::int64_t news = 0;
+    for (std::size_t block = first; block < first + count; ++block) {
+        news += cache.blocksSeen[block] ? 0 : 1;
+        cache.blocksSeen[block] = true;
+    }
+    AddProgress(news);
+} catch (const std::bad_alloc&) {
+    EndProgress();
+}
+
 // Reads the blocks of the buffer's group from slot `first` up to `end`, zeros where there are none.
 // The number of whole blocks read and, in `failed`, whether reading them failed.
 std::size_t ReadSlots(CacheBuffer& buffer, std::size_t first, std::size_t end, bool& failed) {
@@ -147,6 +171,7 @@ std::size_t ReadSlots(CacheBuffer& buffer, std::size_t first, std::size_t end, b
     failed = got < 0;
     const auto blocks = static_cast<std::size_t>(std::max<std::int64_t>(got, 0)) / kBlockSize;
     std::memset(SlotData(buffer, first + blocks), 0, size - blocks * kBlockSize);
+    NoteBlocksRead(number, blocks);
     return blocks;
 }
 

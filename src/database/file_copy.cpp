@@ -1,12 +1,15 @@
 #include "database/file_copy.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
 #include "database/block_format.h"
 #include "database/engine_memory.h"
+#include "platform/desktop.h"
 #include "shell/messages.h"
+#include "shell/progress.h"
 
 namespace mod2neu {
 
@@ -63,8 +66,11 @@ struct CopyEnds {
 // Copies as much as the host can copy by itself. Where it cannot go on, for whatever reason, the
 // transfer buffer does, and meets the reason itself.
 void CopyWithinHost(const CopyEnds& ends) {
-    while (Files().CopyRange(ends.source, ends.destination, kHostCopyBytes) > 0) {
-    }
+    std::int64_t size = 0;
+    do {
+        size = Files().CopyRange(ends.source, ends.destination, kHostCopyBytes);
+        AddProgress(std::max<std::int64_t>(size, 0));
+    } while (size > 0);
 }
 
 bool Transfer(const CopyEnds& ends, const TransferBuffer& buffer) {
@@ -81,7 +87,16 @@ bool Transfer(const CopyEnds& ends, const TransferBuffer& buffer) {
             size) {
             return Fail(MessageId::kWriteFile, ends.destinationPath);
         }
+        AddProgress(size);
     }
+}
+
+// Copies with a progress bar for those who watch.
+bool TransferWatched(const CopyEnds& ends, const TransferBuffer& buffer) {
+    BeginProgress("Copying", TheDesktop().ShowsProgress() ? Files().Size(ends.source) : 0);
+    const bool done = Transfer(ends, buffer);
+    EndProgress();
+    return done;
 }
 
 }  // namespace
@@ -109,7 +124,8 @@ bool CopyFileContents(const std::string& sourcePath, const std::string& destinat
         ownDestination.Reset(OpenCopyDestination(destinationPath));
         destination = ownDestination.Get();
     }
-    if (destination <= 0 || !Transfer({sourcePath, destinationPath, source, destination}, buffer)) {
+    if (destination <= 0 ||
+        !TransferWatched({sourcePath, destinationPath, source, destination}, buffer)) {
         return false;
     }
     // A close may be what tells that written data was lost.

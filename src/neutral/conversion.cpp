@@ -1,11 +1,14 @@
 #include "neutral/conversion.h"
 
 #include "blocks/block_writers.h"
+#include "database/block_allocation.h"
 #include "database/database_file.h"
 #include "neutral/neutral_stream.h"
+#include "platform/desktop.h"
 #include "platform/file_services.h"
 #include "shell/messages.h"
 #include "shell/paths.h"
+#include "shell/progress.h"
 #include "shell/session.h"
 
 namespace mod2neu {
@@ -107,6 +110,13 @@ void WriteBlocks(const NeutralWriteContext& context) {
     }
 }
 
+// For those who watch: how much of the database has been read tells honestly how far it is.
+void WriteBlocksWatched(const NeutralWriteContext& context) {
+    BeginProgress("Converting", TheDesktop().ShowsProgress() ? FileBlockCount() : 0);
+    WriteBlocks(context);
+    EndProgress();
+}
+
 // A model that bears the Neutral file's own name, or a link from that name to the model, must not
 // be overwritten.
 bool OpenOutput(const std::string& path) {
@@ -123,26 +133,28 @@ bool OpenOutput(const std::string& path) {
 
 }  // namespace
 
-void ConvertToNeutral(std::uint32_t formatCode, const std::string& path, std::int32_t digits) {
+bool ConvertToNeutral(std::uint32_t formatCode, const std::string& path, std::int32_t digits) {
     const NeutralWriteContext context = MakeContext(formatCode, digits);
     const ContextScope scope(context);
     std::string neutralPath = path;
     SetDefaultExtension(neutralPath, ".neu", true);
     if (!OpenOutput(neutralPath)) {
-        return;
+        return false;
     }
-    WriteBlocks(context);
-    const bool failed = NeutralStreamError() != 0;
-    if (failed) {
+    WriteBlocksWatched(context);
+    bool written = NeutralStreamError() == 0;
+    if (!written) {
         ShowMessage(MessageId::kWriteFile, {neutralPath, NeutralStreamErrorText()});
     }
     // Some hosts tell only at the close that data was lost.
-    if (!CloseNeutralStream() && !failed) {
+    if (!CloseNeutralStream() && written) {
+        written = false;
         ShowMessage(MessageId::kWriteFile, {neutralPath, NeutralStreamErrorText()});
     }
     if (ErrorsOccurred()) {
         ShowMessage(MessageId::kErrorsOccurred);
     }
+    return written;
 }
 
 }  // namespace mod2neu

@@ -67,6 +67,17 @@ class Desktop {
     // Empty when the user cancels. Only an existing file is accepted.
     virtual std::optional<OpenFileAnswer> AskOpenFile(const OpenFileRequest& request) = 0;
 
+    // True while somebody watches the status dialog on a screen that can show progress.
+    virtual bool ShowsProgress() = 0;
+
+    // Shows in the status dialog that `permille` of an activity is done, until EndProgress. The
+    // dialog's items stay as they are.
+    virtual void ShowProgress(const std::string& activity, int permille) = 0;
+    virtual void EndProgress() = 0;
+
+    // Shows how the run ended, for scripts: a last line where nobody watches.
+    virtual void ShowOutcome(const std::string& line) = 0;
+
     // Takes every window down and leaves the host's screen clean. Called once, at the end.
     virtual void Shutdown() = 0;
 };

@@ -65,6 +65,10 @@ bool TerminalChannel::IsInteractive() const {
     return terminals_ && InForeground(error_);
 }
 
+bool TerminalChannel::IsScreen() const {
+    return ::isatty(error_) == 1;
+}
+
 Screen TerminalChannel::CurrentScreen() const {
     Screen screen;
     screen.charset = LocaleCharset();

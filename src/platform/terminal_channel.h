@@ -17,6 +17,9 @@ class TerminalChannel {
     // process is in the foreground, which changes when the user puts it into the background.
     [[nodiscard]] bool IsInteractive() const;
 
+    // Standard error is a terminal of whatever kind.
+    [[nodiscard]] bool IsScreen() const;
+
     // Standard error is a terminal that understands escape sequences.
     [[nodiscard]] bool ShowsTitle() const { return screenThere_; }
 

@@ -130,6 +130,33 @@ std::optional<OpenFileAnswer> TerminalDesktop::AskOpenFile(const OpenFileRequest
     return RunOpenFileDialog(channel_, request);
 }
 
+bool TerminalDesktop::ShowsProgress() {
+    return statusDialog_ && channel_.IsInteractive();
+}
+
+// Redrawn in place only: a panel that has scrolled or wrapped away would be repeated many times a
+// second.
+void TerminalDesktop::ShowProgress(const std::string& activity, int permille) {
+    const Screen screen = channel_.CurrentScreen();
+    progress_ = ProgressText(activity, permille, screen);
+    if (panelLines_ > 0 && channel_.IsInteractive() && screen.columns == drawnColumns_) {
+        DrawPanel("");
+    }
+}
+
+void TerminalDesktop::EndProgress() {
+    progress_.clear();
+    if (panelLines_ > 0 && channel_.IsInteractive()) {
+        DrawPanel("");
+    }
+}
+
+void TerminalDesktop::ShowOutcome(const std::string& line) {
+    if (!channel_.IsScreen()) {
+        channel_.Send(Printable(line, Charset::kUtf8) + "\n");
+    }
+}
+
 void TerminalDesktop::Shutdown() {
     StopTerminalGuard();
     statusDialog_ = false;
@@ -163,7 +190,7 @@ void TerminalDesktop::DrawPanel(const std::string& before) {
         items.push_back(items_[item]);
     }
     const bool inPlace = CanGoUp(panelLines_, screen) && before.empty() && panelLines_ > 0;
-    const ScreenLines panel = StatusPanel(caption_, group_, items, screen);
+    const ScreenLines panel = StatusPanel(caption_, group_, items, progress_, screen);
     Draw(panel, inPlace ? Up(panelLines_) : before);
     panelLines_ = panel.size();
     drawnColumns_ = screen.columns;

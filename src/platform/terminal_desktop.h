@@ -32,6 +32,10 @@ class TerminalDesktop final : public Desktop {
     void MessageBox(WindowHandle owner, const std::string& text, const std::string& caption,
                     BoxModality modality, BoxIcon icon) override;
     std::optional<OpenFileAnswer> AskOpenFile(const OpenFileRequest& request) override;
+    bool ShowsProgress() override;
+    void ShowProgress(const std::string& activity, int permille) override;
+    void EndProgress() override;
+    void ShowOutcome(const std::string& line) override;
     void Shutdown() override;
 
   private:
@@ -47,6 +51,7 @@ class TerminalDesktop final : public Desktop {
     std::string caption_;
     std::string group_;
     std::map<int, std::string> items_;
+    std::string progress_;          // in the panel's lower edge
     std::string boxText_;           // of a plain box whose status line is still to come
     std::size_t panelLines_ = 0;    // right above the cursor; 0 when there is no panel
     std::size_t drawnColumns_ = 0;  // of the screen when it was drawn

@@ -11,6 +11,8 @@ constexpr std::size_t kSides = 4;            // both edges with their blanks
 constexpr std::size_t kTitleEdges = 6;       // corners, a stroke and two blanks
 constexpr std::size_t kMaxPanelWidth = 163;  // room for the longest status line, 159 characters
 constexpr std::size_t kMaxBoxWidth = 78;
+constexpr std::size_t kMaxBar = 40;
+constexpr std::size_t kMinBar = 5;
 
 struct Strokes {
     std::string_view horizontal, vertical, topLeft, topRight, bottomLeft, bottomRight;
@@ -81,12 +83,26 @@ ScreenLines FrameLines(const std::string& title, const ScreenLines& lines,
 }
 
 ScreenLines StatusPanel(const std::string& caption, const std::string& group,
-                        const ScreenLines& items, const Screen& screen) {
+                        const ScreenLines& items, const std::string& progress,
+                        const Screen& screen) {
     const std::size_t width = Width(screen, kMaxPanelWidth);
-    ScreenLines panel = FrameLines(group, items, "", width, screen.charset);
+    ScreenLines panel = FrameLines(group, items, progress, width, screen.charset);
     panel.insert(panel.begin(),
                  CutToColumns(Printable(caption, screen.charset), width, screen.charset));
     return panel;
+}
+
+std::string ProgressText(const std::string& activity, int permille, const Screen& screen) {
+    const std::string percent = std::to_string(permille / 10) + " %";
+    const std::size_t taken = kTitleEdges + activity.size() + percent.size() + 2;
+    const std::size_t room = std::min(Less(Width(screen, kMaxPanelWidth), taken), kMaxBar);
+    if (room < kMinBar) {
+        return activity + " " + percent;
+    }
+    const bool lines = screen.charset == Charset::kUtf8;
+    const std::size_t filled = room * static_cast<std::size_t>(permille) / 1000;
+    return activity + " " + Repeat(lines ? "█" : "#", filled) +
+           Repeat(lines ? "░" : ".", room - filled) + " " + percent;
 }
 
 ScreenLines TextBox(const std::string& title, const std::string& text, const std::string& footer,

@@ -25,9 +25,14 @@ constexpr std::size_t kMinFrameWidth = 8;
 ScreenLines FrameLines(const std::string& title, const ScreenLines& lines,
                        const std::string& footer, std::size_t width, Charset charset);
 
-// The status window: its caption above a frame of the screen's width.
+// The status window: its caption above a frame of the screen's width, `progress` in the lower edge.
 ScreenLines StatusPanel(const std::string& caption, const std::string& group,
-                        const ScreenLines& items, const Screen& screen);
+                        const ScreenLines& items, const std::string& progress,
+                        const Screen& screen);
+
+// The activity, a bar of which `permille` is filled, and the per cent; without the bar on a screen
+// that is too narrow for it.
+std::string ProgressText(const std::string& activity, int permille, const Screen& screen);
 
 // A box around the wrapped text, as narrow as it allows.
 ScreenLines TextBox(const std::string& title, const std::string& text, const std::string& footer,

@@ -20,6 +20,7 @@ struct Session {
     std::int32_t RealDigits = 8;
     std::string MessageCaption;  // at most kMaxCaption characters
     std::string ModelFileName;   // at most kMaxPath characters
+    std::string RequestedModel;  // the model as the user named it, before it was found
     // The window system is of version 4 or later.
     bool NewShell = false;
 };

@@ -164,6 +164,11 @@ void SetModelTitle(const std::string& path) {
     TheDesktop().SetWindowTitle(session.ParentWindow, name);
 }
 
+// The line by which a script tells how the run ended.
+void ShowOutcome(const std::string& outcome, const std::string& name) {
+    TheDesktop().ShowOutcome("mod2neu: " + outcome + (name.empty() ? "(no model)" : name));
+}
+
 }  // namespace
 
 bool StartUp(const std::vector<std::string>& arguments) {
@@ -182,6 +187,7 @@ bool StartUp(const std::vector<std::string>& arguments) {
         model = *chosen;
     }
     SetDefaultExtension(model, ".mod", false);
+    session.RequestedModel = model;
     if (!FileExists(model)) {
         ShowMessage(MessageId::kOpenFile, {model, " "});
         return false;
@@ -192,12 +198,18 @@ bool StartUp(const std::vector<std::string>& arguments) {
 
 void RunProgram(const std::vector<std::string>& arguments) {
     if (!StartUp(arguments)) {
+        ShowOutcome("not converted: ", CurrentSession().RequestedModel);
         return;
     }
     std::string neutral = CurrentSession().ModelFileName;
     SetDefaultExtension(neutral, ".neu", true);
-    ConvertToNeutral(kNeutralFormatCode, neutral, CurrentSession().RealDigits);
+    const bool written = ConvertToNeutral(kNeutralFormatCode, neutral, CurrentSession().RealDigits);
     CloseModelSession();
+    if (!written) {
+        ShowOutcome("not converted: ", CurrentSession().RequestedModel);
+    } else {
+        ShowOutcome(ErrorsOccurred() ? "complete with errors: " : "complete: ", neutral);
+    }
 }
 
 }  // namespace mod2neu

@@ -61,6 +61,18 @@ TEST(TerminalText, WrappingKeepsWordsAndLosesNoLetter) {
     EXPECT_EQ(lines, LinesOf("one\n\r\ntwo\r\n \n"));
 }
 
+TEST(TerminalFrame, ProgressFitsTheScreen) {
+    const Screen wide{80, 24, Charset::kAscii};
+    EXPECT_EQ(ProgressText("Copying", 0, wide), "Copying " + std::string(40, '.') + " 0 %");
+    EXPECT_EQ(ProgressText("Copying", 525, wide),
+              "Copying " + std::string(21, '#') + std::string(19, '.') + " 52 %");
+    EXPECT_EQ(ProgressText("Copying", 1000, wide), "Copying " + std::string(40, '#') + " 100 %");
+    EXPECT_EQ(ProgressText("Converting", 500, {20, 24, Charset::kAscii}), "Converting 50 %");
+    // 40 columns less the last one, the edges, the words and their blanks leave 17.
+    EXPECT_EQ(ProgressText("Converting", 500, {40, 24, Charset::kUtf8}),
+              "Converting ████████░░░░░░░░░ 50 %");
+}
+
 TEST(TerminalFrame, StatusPanelAsDrawn) {
     const ScreenLines items = {"first", "", "third", "a line that is too long for it"};
     const ScreenLines utf8 = {
@@ -74,7 +86,7 @@ TEST(TerminalFrame, StatusPanelAsDrawn) {
         "\u2500\u2500\u2500\u2500\u2518",
     };
     const Screen screen = {21, 24, Charset::kUtf8};
-    EXPECT_EQ(utf8, StatusPanel("Model Database to Neutral", "Status", items, screen));
+    EXPECT_EQ(utf8, StatusPanel("Model Database to Neutral", "Status", items, "", screen));
 }
 
 // As narrow as the longest line or label lets it be.
@@ -117,7 +129,7 @@ TEST(TerminalFrame, FitsEveryWidth) {
     for (std::size_t columns = 0; columns < 260; ++columns) {
         for (const Charset charset : {Charset::kAscii, Charset::kUtf8}) {
             const Screen screen = {columns, 24, charset};
-            ScreenLines panel = StatusPanel(text, text, ScreenLines(4, text), screen);
+            ScreenLines panel = StatusPanel(text, text, ScreenLines(4, text), text, screen);
             EXPECT_EQ(7U, panel.size());
             panel.erase(panel.begin());
             for (const ScreenLines& frame :

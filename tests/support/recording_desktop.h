@@ -38,6 +38,7 @@ class RecordingDesktop final : public Desktop {
     std::uint32_t versionWord = 10;
     std::set<WindowHandle> liveWindows;  // beside the desktop window
     WindowHandle activeWindow = kNoWindow;
+    bool watched = false;                               // somebody sees the progress
     std::deque<std::optional<OpenFileAnswer>> answers;  // of the open dialog; cancel when empty
     std::function<void(const ShownBox&)> onBox;         // runs while the box is up
 
@@ -52,6 +53,8 @@ class RecordingDesktop final : public Desktop {
     WindowHandle statusParent = kNoWindow;
     std::string statusCaption;
     std::string statusGroup;
+    std::vector<std::pair<std::string, int>> progress;  // ("", -1) where it ended
+    std::vector<std::string> outcomes;
     int shutdowns = 0;
 
     // The user closes the status window.
@@ -74,6 +77,12 @@ class RecordingDesktop final : public Desktop {
     void MessageBox(WindowHandle owner, const std::string& text, const std::string& caption,
                     BoxModality modality, BoxIcon icon) override;
     std::optional<OpenFileAnswer> AskOpenFile(const OpenFileRequest& request) override;
+    bool ShowsProgress() override { return watched; }
+    void ShowProgress(const std::string& activity, int permille) override {
+        progress.emplace_back(activity, permille);
+    }
+    void EndProgress() override { progress.emplace_back("", -1); }
+    void ShowOutcome(const std::string& line) override { outcomes.push_back(line); }
     void Shutdown() override;
 
   private:

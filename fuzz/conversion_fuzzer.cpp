@@ -30,7 +30,7 @@ constexpr std::size_t kStampOffset = 456;
 
 // A few blocks may name one large table any number of times; what follows that much text is more
 // of the same.
-constexpr std::size_t kMostText = std::size_t{4} << 20;
+constexpr std::size_t kMostText = std::size_t{1} << 20;
 
 struct TextLimitReached {};
 

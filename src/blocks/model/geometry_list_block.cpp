@@ -1,8 +1,11 @@
 #include <algorithm>
 #include <array>
+#include <utility>
+#include <vector>
 
 #include "blocks/block_writers.h"
 #include "blocks/entity_block.h"
+#include "blocks/model/id_ranges.h"
 #include "database/flag_set.h"
 
 namespace mod2neu {
@@ -32,19 +35,57 @@ constexpr int kRangeLast = 4;
 constexpr int kRangeOne = 8;
 constexpr int kRangeShortOne = 12;
 
+// The members of one list. They are held in memory as ranges; where these become too many, the
+// flag set takes them over. A range of a hundred million IDs fills millions of words of the set,
+// and any number of lists may hold one, so only lists of millions of entries are worth a set.
+class ListMembers {
+  public:
+    ListMembers(EntityType setType, std::int32_t setDatabase)
+        : setType_(setType), setDatabase_(setDatabase) {}
+
+    // Also empties the set when it was used.
+    [[nodiscard]] bool Clear() {
+        ranges_.Clear();
+        return !std::exchange(inSet_, false) || ClearRecords(setType_, setDatabase_);
+    }
+
+    [[nodiscard]] bool Add(IdSpan span) {
+        return ranges_.Add(span) || (MoveToSet() && ranges_.Add(span));
+    }
+
+    // Adds to the set what is in memory.
+    [[nodiscard]] bool MoveToSet() {
+        inSet_ = true;
+        const std::vector<IdSpan>& spans = ranges_.Merged();
+        const bool done = std::all_of(spans.begin(), spans.end(), [this](IdSpan span) {
+            return SetFlagRange(setType_, setDatabase_, span.first, span.last);
+        });
+        ranges_.Clear();
+        return done;
+    }
+
+    // True once the set holds some of the members.
+    [[nodiscard]] bool InSet() const { return inSet_; }
+
+    // The members in memory; all of them unless some are in the set.
+    const std::vector<IdSpan>& Ranges() { return ranges_.Merged(); }
+
+  private:
+    EntityType setType_;
+    std::int32_t setDatabase_;
+    IdRanges ranges_;
+    bool inSet_ = false;
+};
+
 // Adds what one list entry stands for: the ID itself, or for -b every ID behind the previous
 // entry up to b. A list that starts with a negative entry counts from ID 1, which keeps whatever
 // the entry can mean. IDs that no entity can have are left out.
-bool AddEntry(std::int32_t entry, std::int32_t previous, EntityType setType,
-              std::int32_t setDatabase) {
-    if (entry >= 0) {
-        return SetFlagRange(setType, setDatabase, entry, entry);
-    }
-    const std::int64_t first = std::int64_t{previous} + 1;
-    const std::int64_t last = -std::int64_t{entry};
-    return SetFlagRange(setType, setDatabase,
-                        static_cast<std::int32_t>(std::clamp<std::int64_t>(first, 1, kNoId)),
-                        static_cast<std::int32_t>(std::min<std::int64_t>(last, kHighestId)));
+bool AddEntry(std::int32_t entry, std::int32_t previous, ListMembers& members) {
+    const std::int64_t first = entry >= 0 ? entry : std::int64_t{previous} + 1;
+    const std::int64_t last = entry >= 0 ? entry : -std::int64_t{entry};
+    const auto lowest = static_cast<std::int32_t>(std::clamp<std::int64_t>(first, 1, kNoId));
+    const auto highest = static_cast<std::int32_t>(std::min<std::int64_t>(last, kHighestId));
+    return lowest > highest || members.Add({lowest, highest});
 }
 
 EntityType ListTypeOf(EntityType geometry) {
@@ -54,11 +95,10 @@ EntityType ListTypeOf(EntityType geometry) {
     return row == kListedGeometry.end() ? kNeverUsed : row->list;
 }
 
-// Empties the set and fills it from the entity's list. False when the list breaks off early.
-bool ListToFlags(EntityType geometry, std::int32_t id, EntityType setType,
-                 std::int32_t setDatabase) {
+// Empties `members` and fills them from the entity's list. False when the list breaks off early.
+bool ListToFlags(EntityType geometry, std::int32_t id, ListMembers& members) {
     const EntityType listType = ListTypeOf(geometry);
-    if (listType == kNeverUsed || !ClearRecords(setType, setDatabase)) {
+    if (listType == kNeverUsed || !members.Clear()) {
         return false;
     }
     std::array<std::uint8_t, Record<kCurveIdList>::kSize> chunk{};
@@ -74,7 +114,7 @@ bool ListToFlags(EntityType geometry, std::int32_t id, EntityType setType,
         }
         for (; index < entriesPerChunk; ++index) {
             const auto entry = ReadLittleEndian<std::int32_t>(chunk.data() + index * kEntrySize);
-            if (!AddEntry(entry, previous, setType, setDatabase)) {
+            if (!AddEntry(entry, previous, members)) {
                 return false;
             }
             previous = entry;
@@ -106,26 +146,44 @@ bool FlagsToRanges(EntityType setType, std::int32_t setDatabase, EntityType rang
     return true;
 }
 
+void WriteHead(std::size_t pass, std::int32_t id) {
+    PutLong(static_cast<std::int32_t>(pass));
+    PutLong(id);
+    EndLine();
+}
+
+void WriteRanges(const std::vector<IdSpan>& ranges) {
+    for (const IdSpan range : ranges) {
+        PutLong(range.first);
+        PutLong(range.last == range.first ? 0 : range.last);
+        EndLine();
+    }
+    WriteLines<kRangesEnd>(Record<kIdRange>(0, nullptr));
+}
+
 }  // namespace
 
 void WriteGeometryListBlock() {
     const std::int32_t setDatabase = FindFreeDbNumber(kTemporaryIdSet, 1, true);
     const std::int32_t rangeDatabase = FindFreeDbNumber(kIdRange, 1, true);
+    ListMembers members(kTemporaryIdSet, setDatabase);
     BeginBlock(kGeometryListBlock);
     for (std::size_t pass = 0; pass < kListedGeometry.size(); ++pass) {
         const EntityType geometry = kListedGeometry[pass].geometry;
         std::int32_t id = NextRecordId(geometry, kModelDbNumber, 1, SeekMode::kAtOrAfter);
         for (; id <= kHighestId;
              id = NextRecordId(geometry, kModelDbNumber, id, SeekMode::kAfter)) {
-            if (!ListToFlags(geometry, id, kTemporaryIdSet, setDatabase) ||
-                !ClearRecords(kIdRange, rangeDatabase) ||
-                !FlagsToRanges(kTemporaryIdSet, setDatabase, kIdRange, rangeDatabase)) {
+            if (!ListToFlags(geometry, id, members)) {
                 continue;
             }
-            PutLong(static_cast<std::int32_t>(pass));
-            PutLong(id);
-            EndLine();
-            WriteTable<kRangeLine, kRangesEnd>(rangeDatabase);
+            if (!members.InSet()) {
+                WriteHead(pass, id);
+                WriteRanges(members.Ranges());
+            } else if (members.MoveToSet() && ClearRecords(kIdRange, rangeDatabase) &&
+                       FlagsToRanges(kTemporaryIdSet, setDatabase, kIdRange, rangeDatabase)) {
+                WriteHead(pass, id);
+                WriteTable<kRangeLine, kRangesEnd>(rangeDatabase);
+            }
         }
     }
     EndBlock();

@@ -89,39 +89,39 @@ class RecordBuffer {
 namespace detail {
 
 template <Field field, EntityType type>
-inline void PutValue(const Record<type>& record, int index) {
+inline void PutValue(FieldLine& line, const Record<type>& record, int index) {
     if constexpr (field.kind == FieldKind::kId) {
-        PutLong(record.Id());
+        line.PutLong(record.Id());
     } else if constexpr (field.kind == FieldKind::kConst) {
-        PutLong(field.offset);
+        line.PutLong(field.offset);
     } else if constexpr (field.kind == FieldKind::kZero) {
-        PutReal(0.0);
+        line.PutReal(0.0);
     } else if constexpr (field.kind == FieldKind::kEndOfLine) {
-        EndLine();
+        line.EndLine();
     } else if constexpr (field.kind == FieldKind::kBool) {
-        PutBool(record.template ReadField<field>(index));
+        line.PutBool(record.template ReadField<field>(index));
     } else if constexpr (field.kind == FieldKind::kU8) {
-        PutByte(record.template ReadField<field>(index));
+        line.PutByte(record.template ReadField<field>(index));
     } else if constexpr (field.kind == FieldKind::kF64) {
-        PutReal(record.template ReadField<field>(index));
+        line.PutReal(record.template ReadField<field>(index));
     } else if constexpr (field.kind == FieldKind::kF32) {
-        PutFloat(record.template ReadField<field>(index));
+        line.PutFloat(record.template ReadField<field>(index));
     } else if constexpr (field.kind == FieldKind::kText) {
-        PutString(record.template ReadField<field>(index));
+        line.PutString(record.template ReadField<field>(index));
     } else if constexpr (field.kind == FieldKind::kTextLines) {
-        PutText(record.template ReadField<field>(index));
+        line.PutText(record.template ReadField<field>(index));
     } else {
-        PutLong(record.template ReadField<field>(index));
+        line.PutLong(record.template ReadField<field>(index));
     }
 }
 
 template <Field field, EntityType type>
-inline void PutField(const Record<type>& record, int row) {
+inline void PutField(FieldLine& line, const Record<type>& record, int row) {
     if constexpr (field.count == 1) {
-        PutValue<field>(record, row);
+        PutValue<field>(line, record, row);
     } else {
         for (int i = 0; i < field.count; ++i) {
-            PutValue<field>(record, row * field.count + i);
+            PutValue<field>(line, record, row * field.count + i);
         }
     }
 }
@@ -129,19 +129,19 @@ inline void PutField(const Record<type>& record, int row) {
 // The fields from number `at` up to `end`; the layout is a constant, so this becomes straight
 // code.
 template <const auto& layout, std::size_t at, std::size_t end, EntityType type>
-inline void PutFields(const Record<type>& record, int row) {
+inline void PutFields(FieldLine& line, const Record<type>& record, int row) {
     if constexpr (at < end) {
         constexpr Field field = layout.fields[at];
         constexpr std::size_t next = at + 1;
         if constexpr (field.kind == FieldKind::kRows) {
             constexpr std::size_t rowsEnd = next + static_cast<std::size_t>(field.width);
             for (int i = 0; i < field.count; ++i) {
-                PutFields<layout, next, rowsEnd>(record, i);
+                PutFields<layout, next, rowsEnd>(line, record, i);
             }
-            PutFields<layout, rowsEnd, end>(record, row);
+            PutFields<layout, rowsEnd, end>(line, record, row);
         } else {
-            PutField<field>(record, row);
-            PutFields<layout, next, end>(record, row);
+            PutField<field>(line, record, row);
+            PutFields<layout, next, end>(line, record, row);
         }
     }
 }
@@ -152,7 +152,9 @@ inline void PutFields(const Record<type>& record, int row) {
 template <const auto& layout, EntityType type>
 void WriteLines(const Record<type>& record) {
     static_assert(layout.type == type, "the layout is for records of another type");
-    detail::PutFields<layout, 0, layout.fields.size()>(record, 0);
+    static_assert(LongestLine(layout.fields) <= FieldLine::kMostFields);
+    FieldLine line;
+    detail::PutFields<layout, 0, layout.fields.size()>(line, record, 0);
 }
 
 // Calls `visit` with every record of a table in ascending ID order.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -148,6 +149,28 @@ constexpr bool FitsRecord(const FieldList<size>& fields, int recordSize) {
         }
     }
     return true;
+}
+
+// Values of the longest line that `fields` write.
+template <std::size_t size>
+constexpr int LongestLine(const FieldList<size>& fields) {
+    int line = 0;
+    int longest = 0;
+    const auto add = [&](const Field& field) {
+        line = field.kind == FieldKind::kEndOfLine ? 0 : line + field.count;
+        longest = std::max(longest, line);
+    };
+    for (std::size_t i = 0; i < size;) {
+        const bool repeats = fields[i].kind == FieldKind::kRows;
+        const int rows = repeats ? fields[i].count : 1;
+        const std::size_t first = repeats ? i + 1 : i;
+        const std::size_t end = first + (repeats ? static_cast<std::size_t>(fields[i].width) : 1);
+        for (int row = 0; row < rows; ++row) {
+            std::for_each(&fields[first], &fields[first] + (end - first), add);
+        }
+        i = end;
+    }
+    return longest;
 }
 
 template <EntityType entityType, std::size_t size>

@@ -59,12 +59,18 @@ constexpr Job kJobs[] = {
 
 struct Cost {
     double wall = 1e9;
-    double processor = 1e9;
+    double user = 1e9;
+    double system = 1e9;
     double memory = 0;  // peak, MB
+
+    [[nodiscard]] double Processor() const { return user + system; }
 
     void TakeBest(const Cost& other) {
         wall = std::min(wall, other.wall);
-        processor = std::min(processor, other.processor);
+        if (other.Processor() < Processor()) {
+            user = other.user;
+            system = other.system;
+        }
         memory = std::max(memory, other.memory);
     }
 };
@@ -110,7 +116,7 @@ Cost Measure(const std::vector<std::string>& command, const std::string& output,
         GiveUp(command[0] + " failed");
     }
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
-    return {wall.count(), Seconds(usage.ru_utime) + Seconds(usage.ru_stime),
+    return {wall.count(), Seconds(usage.ru_utime), Seconds(usage.ru_stime),
             static_cast<double>(usage.ru_maxrss) * 1024 / 1e6};
 }
 
@@ -206,7 +212,8 @@ Cost RunFloor(const Place& place, std::int32_t entities) {
             place.Temp());
     Cost cost;
     std::FILE* printed = std::fopen(place.Printed().c_str(), "r");
-    if (printed == nullptr || std::fscanf(printed, "%lf %lf", &cost.wall, &cost.processor) != 2) {
+    if (printed == nullptr ||
+        std::fscanf(printed, "%lf %lf %lf", &cost.wall, &cost.user, &cost.system) != 3) {
         GiveUp("the floor printed no times");
     }
     (void)std::fclose(printed);
@@ -260,22 +267,23 @@ void CheckLines(const Job& job, const Result& whole, std::int32_t entities, cons
 }
 
 void PrintTitle() {
-    std::printf("%-47s%7s%7s%8s%8s%7s%9s%9s%8s%8s%8s\n%-47s%7s%7s%8s%8s%7s%9s%9s%8s%8s%8s\n", "",
-                "model", "text", "wall", "CPU", "", "wall,", "CPU,", "wall,", "CPU,", "memory",
-                "model", "MB", "MB", "s", "s", "MB/s", "x floor", "x floor", "x half", "x half",
-                "MB");
+    constexpr const char* kFormat = "%-47s%8s%7s%7s%7s%7s%6s%9s%9s%8s%8s%8s\n";
+    std::printf(kFormat, "", "model", "text", "wall", "user", "sys", "", "wall,", "CPU,", "wall,",
+                "CPU,", "memory");
+    std::printf(kFormat, "model", "MB", "MB", "s", "s", "s", "MB/s", "x floor", "x floor", "x half",
+                "x half", "MB");
 }
 
 void PrintRow(const std::string& name, const Cost& cost, const Result& result) {
-    std::printf("%-47s%7.1f%7.1f%8.3f%8.3f%7.0f", name.c_str(), result.modelSize, result.textSize,
-                cost.wall, cost.processor, result.textSize / cost.wall);
+    std::printf("%-47s%8.1f%7.1f%7.3f%7.3f%7.3f%6.0f", name.c_str(), result.modelSize,
+                result.textSize, cost.wall, cost.user, cost.system, result.textSize / cost.wall);
 }
 
 void PrintRatio(const Cost& cost, const Cost* base) {
     if (base == nullptr) {
         std::printf("%9s%9s", "", "");
     } else {
-        std::printf("%9.2f%9.2f", cost.wall / base->wall, cost.processor / base->processor);
+        std::printf("%9.2f%9.2f", cost.wall / base->wall, cost.Processor() / base->Processor());
     }
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "database/working_file.h"
 #include "platform/desktop.h"
 #include "platform/host_signals.h"
 #include "shell/startup.h"
@@ -40,20 +41,24 @@ bool AnswerAboutProgram(const std::vector<std::string>& arguments) {
     return false;
 }
 
-// Whatever ends a run, the screen is left clean.
-class DesktopSession {
+// What a run has left open goes while the host's services still exist: the working copy of a
+// model that was refused, and the windows, however the run ends.
+class HostSession {
   public:
-    DesktopSession() = default;
-    DesktopSession(const DesktopSession&) = delete;
-    DesktopSession& operator=(const DesktopSession&) = delete;
-    ~DesktopSession() { mod2neu::TheDesktop().Shutdown(); }
+    HostSession() = default;
+    HostSession(const HostSession&) = delete;
+    HostSession& operator=(const HostSession&) = delete;
+    ~HostSession() {
+        mod2neu::CloseWorkingFile();
+        mod2neu::TheDesktop().Shutdown();
+    }
 };
 
 void Run(const std::vector<std::string>& arguments) {
     if (AnswerAboutProgram(arguments)) {
         return;
     }
-    const DesktopSession session;
+    const HostSession session;
     mod2neu::RunProgram(arguments);
 }
 

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cerrno>
 #include <cmath>
 #include <limits>
 
 #include "database/close.h"
 #include "database/settings.h"
+#include "shell/empty_model.h"
 #include "shell/messages.h"
 #include "shell/session.h"
 #include "support/memory_files.h"
@@ -20,27 +20,6 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 constexpr WindowHandle kDesktop = RecordingDesktop::kDesktop;
-constexpr std::size_t kHeaderBlocks = 3;
-constexpr std::size_t kTitleOffset = 464;
-
-// A model without any records: the header's three blocks and an index block.
-std::string EmptyModel(std::uint64_t versionBits, const std::string& title = "Wing box") {
-    std::string bytes(kHeaderBlocks * 2048, '\0');
-    for (std::size_t i = 0; i < 8; ++i) {
-        bytes[i] = static_cast<char>(versionBits >> (8 * i));
-    }
-    bytes.replace(kTitleOffset, title.size(), title);
-    std::string index(2048, '\0');
-    index[4] = 1;                          // database number
-    index[8] = index[12] = kHeaderBlocks;  // first ID and own number
-    index[16] = 2;                         // kind
-    return bytes + index;
-}
-
-std::string EmptyModel(double version) {
-    return EmptyModel(std::bit_cast<std::uint64_t>(version));
-}
-
 class StartupTests : public testing::Test {
   protected:
     StartupTests() {

@@ -189,9 +189,8 @@ class SolidBlockTest : public ConversionTest {
 };
 
 TEST_F(SolidBlockTest, IndexNamesVolumesAndSolids) {
-    Lines expected;
     PutIndex(1, 6, 77);
-    expected = PutVolume(1, 77);
+    Lines expected = PutVolume(1, 77);
     PutIndex(2, 6, 1);   // without its volume
     PutIndex(3, 39, 1);  // without its solid
     PutIndex(4, 0, 1);
@@ -211,10 +210,12 @@ TEST_F(SolidBlockTest, IndexNamesVolumesAndSolids) {
     expected += PutSolid(11, 2147483647, TransmitLines(""));
     PutChunk(12, 2, "without a first chunk");
     expected += PutSolid(12, 0, TransmitLines(""));
-    PutIndex(99999999, 6, -1);
-    expected += PutVolume(99999999, -1);
+    for (int id = 100; id < 130; id += 2) {
+        PutIndex(id, 6, -id);
+        expected += PutVolume(id, -id) + PutSolid(id + 1, id, TransmitLines(""));
+    }
     ExpectBlock(573, expected);
-    ExpectCount(5, "Solid/Volume");
+    ExpectCount(34, "Solid/Volume");
 }
 
 TEST_F(SolidBlockTest, ChunkCountsAreBoundedByTheChunk) {

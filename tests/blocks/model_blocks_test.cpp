@@ -1,4 +1,5 @@
-#include <cstring>
+#include <algorithm>
+#include <utility>
 
 #include "blocks/conversion_fixture.h"
 
@@ -14,11 +15,11 @@ constexpr Table kContactEntry{59, 16};
 
 class ModelBlocksTest : public ConversionTest {
   protected:
-    // The lines of three records of a dependent table, with a decoy under the number before.
-    Lines PutThree(Table table, int database, std::string_view script) {
+    // The lines of some records of a dependent table, with a decoy under the number before.
+    Lines PutSome(Table table, int database, std::string_view script) {
         Put(table, database - 1, 7, script);
         Lines lines;
-        for (const int id : {7, 8, 1234567}) {
+        for (const int id : {7, 8, 20, 21, 22, 300, 4000, 1234567}) {
             lines += Put(table, database, id, script);
         }
         return lines;
@@ -31,8 +32,8 @@ constexpr const char* kElementScript =
 
 TEST_F(ModelBlocksTest, ElementsBringTheirNodeLists) {
     const Lines end = {"-1,"};
-    const Lines list = PutThree(kNodeListEntry, 5, "i0 h4 d8 b16*6 /") + end;
-    const Lines other = PutThree(kNodeListEntry, 99999999, "i0 h4 d8 b16*6 /") + end;
+    const Lines list = PutSome(kNodeListEntry, 5, "i0 h4 d8 b16*6 /") + end;
+    const Lines other = PutSome(kNodeListEntry, 99999999, "i0 h4 d8 b16*6 /") + end;
     const auto element = [this](int id, const char* lists) {
         return Put(kElement, id, kElementScript, lists);
     };
@@ -92,8 +93,8 @@ class LoadBlockTest : public ModelBlocksTest {
         }
         lines += endOfLoads;
         const char* temperature = "id u16 i20 d0 d8 i24 b28 /";
-        lines += PutThree({15, 32}, set, temperature) + endOfTemperatures;
-        return lines + PutThree({16, 32}, set, temperature) + endOfTemperatures;
+        lines += PutSome({15, 32}, set, temperature) + endOfTemperatures;
+        return lines + PutSome({16, 32}, set, temperature) + endOfTemperatures;
     }
 
   private:
@@ -119,7 +120,7 @@ TEST_F(ModelBlocksTest, ConstraintSetsBringTheirFiveLists) {
     Lines expected;
     for (const int set : {4, 9}) {
         expected += Put(kConstraintSet, set, "id / s8:32 /");
-        expected += PutThree({18, 16}, set, "id " + flags) + end;
+        expected += PutSome({18, 16}, set, "id " + flags) + end;
         // Three kinds of geometry in mixed order of ID, and kinds that have no list.
         Lines byKind[3];
         for (int id = 1; id <= 40; ++id) {
@@ -146,7 +147,7 @@ TEST_F(ModelBlocksTest, ContactSegmentsBringTheirEntries) {
     Lines expected;
     for (const int id : {2, 60}) {
         expected += Put(kContactSegment, id, "id u18 i20 i12 i8 b16 / s24:32 / d56*6 /");
-        expected += PutThree(kContactEntry, id, "i4 i8 i0 c12 /") + Lines{"-1,-1,0,0,"};
+        expected += PutSome(kContactEntry, id, "i4 i8 i0 c12 /") + Lines{"-1,-1,0,0,"};
     }
     ExpectBlock(615, expected);
     ExpectCount(2, "Contact Segment");
@@ -194,10 +195,9 @@ class GeometryListTest : public ConversionTest {
     }
 
     static std::vector<int> Sequence(int first, int step, int count) {
-        std::vector<int> entries;
-        for (int i = 0; i < count; ++i) {
-            entries.push_back(first + i * step);
-        }
+        std::vector<int> entries(static_cast<std::size_t>(count));
+        std::generate(entries.begin(), entries.end(),
+                      [&first, step] { return std::exchange(first, first + step); });
         return entries;
     }
 
@@ -234,7 +234,6 @@ TEST_F(GeometryListTest, ListsBecomeSortedMaximalRanges) {
 }
 
 TEST_F(GeometryListTest, OnlyWholeListsOfExistingEntitiesAreWritten) {
-    Lines expected;
     Put(kCurve.geometry, 1, "");                // no list
     PutList(kCurve, 2, {5, 6}, 2);              // no entity
     PutEntity(kPoint, 3, {5, 6}, 5, {});        // breaks off in the only chunk
@@ -244,7 +243,7 @@ TEST_F(GeometryListTest, OnlyWholeListsOfExistingEntitiesAreWritten) {
     Put(kPoint.list, 2, 6, "", "i0*5=9");  // no first chunk
     Put(kPoint.geometry, 6, "");
     // The first entry is taken whatever the count says.
-    expected = PutEntity(kPoint, 20, {0}, 0, {});
+    Lines expected = PutEntity(kPoint, 20, {0}, 0, {});
     expected += PutEntity(kPoint, 21, {8, 9}, 0, {"8,0,"});
     expected += PutEntity(kPoint, 22, {8, 9}, -3, {"8,0,"});
     expected += PutEntity(kPoint, 23, {8, 9, 12, 13}, 2, {"8,9,"});
@@ -271,6 +270,24 @@ TEST_F(GeometryListTest, TablesOfTheModelAreNoWorkingSpace) {
     const Lines expected =
         PutEntity(kCurve, 4, {20, 3}, {"3,0,", "20,0,"}) + PutEntity(kCurve, 5, {2, 1}, {"1,2,"});
     ExpectBlock(514, expected);
+}
+
+TEST_F(GeometryListTest, OtherBlocksAreTheSameAsWithoutLists) {
+    const Table tables[] = {{4, 168}, {7, 72}, {17, 40}, {12, 576}, {24, 840}, {22, 1480},
+                            {23, 4},  {26, 4}, {35, 56}, {28, 304}, {29, 160}, {30, 8}};
+    for (const Table& table : tables) {
+        for (const int id : {1, 2, 900}) {
+            Put(table, id, "");
+        }
+    }
+    const std::vector<NeutralBlockText> without = SplitBlocks(Convert());
+    PutList(kCurve, 1, {70, 9}, 2);
+    PutList(kCurve, 2, {5, -30000, 90000}, 3);
+    const std::vector<NeutralBlockText> with = SplitBlocks(Convert());
+    ASSERT_EQ(with.size(), without.size());
+    for (std::size_t i = 0; i < with.size(); ++i) {
+        EXPECT_TRUE(with[i].number == 514 || with[i].lines == without[i].lines) << with[i].number;
+    }
 }
 
 }  // namespace

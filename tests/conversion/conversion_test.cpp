@@ -169,10 +169,17 @@ TEST_F(DriverTest, FailedCloseIsAFailedWrite) {
 }
 
 TEST_F(DriverTest, ModelThatBearsTheNameOfTheNeutralFileStaysWhole) {
-    modelPath_ = kNeutralPath;
-    Convert();
-    ASSERT_EQ(desktop_.boxes.size(), 1U);
-    EXPECT_TRUE(desktop_.boxes[0].text.starts_with("Unable to Open File /models/wing.neu: "));
+    files_.onCall = [this](const FileCallRecord&) {
+        if (!files_.Has(kNeutralPath)) {
+            files_.Link(kNeutralPath, modelPath_);
+        }
+    };
+    for (const char* path : {"/models/wing.MOD", kNeutralPath}) {
+        modelPath_ = path;
+        Convert();
+        ASSERT_EQ(desktop_.boxes.size(), 1U);
+        EXPECT_TRUE(desktop_.boxes[0].text.starts_with("Unable to Open File /models/wing.neu: "));
+    }
 }
 
 }  // namespace

@@ -30,25 +30,28 @@ std::size_t TotalBytes(std::int32_t database) {
     return total;
 }
 
-// Copies the chunks' data to `text`, which has room for TotalBytes.
-void GatherText(std::int32_t database, char* text) {
+// Copies the chunks' data to `text` as far as it fits into `room` bytes. Returns the bytes copied.
+// In a damaged file this walk may find chunks that the one before it did not.
+std::size_t GatherText(std::int32_t database, char* text, std::size_t room) {
+    std::size_t copied = 0;
     ForEachRecord<kStoredText>(database, [&](const Record<kStoredText>& chunk) {
-        const std::size_t size = UsedBytes(chunk);
-        std::memcpy(text, chunk.Bytes() + kChunkDataOffset, size);
-        text += size;
+        const std::size_t size = std::min(UsedBytes(chunk), room - copied);
+        std::memcpy(text + copied, chunk.Bytes() + kChunkDataOffset, size);
+        copied += size;
     });
+    return copied;
 }
 
 void WriteStoredText(std::int32_t database) {
-    const std::size_t total = TotalBytes(database);
-    if (total == 0 || total > std::size_t{std::numeric_limits<std::int32_t>::max()}) {
+    const std::size_t room = TotalBytes(database);
+    if (room == 0 || room > std::size_t{std::numeric_limits<std::int32_t>::max()}) {
         return;
     }
-    const std::unique_ptr<char[]> text(new (std::nothrow) char[total]);
+    const std::unique_ptr<char[]> text(new (std::nothrow) char[room]);
     if (text == nullptr) {
         return;
     }
-    GatherText(database, text.get());
+    const std::size_t total = GatherText(database, text.get(), room);
     BeginBlock(kStoredTextBlock);
     PutLong(database);
     EndLine();

@@ -257,7 +257,7 @@ TEST_F(DamageTest, RandomDamageNeitherCrashesNorHangs) {
     ended = 0;
     SetFatalHandler([] { throw ++ended; });
     std::mt19937 random(77);
-    for (int round = 0; round < 250; ++round) {
+    for (int round = 0; round < 120; ++round) {
         ModelImage image = sound;
         for (unsigned hit = 0; hit < 1 + random() % 12; ++hit) {
             const auto block = static_cast<std::uint32_t>(4 + random() % (blocks - 4));

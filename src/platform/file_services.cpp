@@ -16,7 +16,8 @@ FileServices& Files() {
     if (replacement != nullptr) {
         return *replacement;
     }
-    static PosixFileServices host;
+    // Never destroyed: a static object that holds a file may be destroyed later.
+    static auto& host = *new PosixFileServices;
     return host;
 }
 

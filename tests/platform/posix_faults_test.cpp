@@ -32,30 +32,25 @@ bool Strikes() {
     return true;
 }
 
-template <auto member, typename... Arguments>
-auto Call(Arguments... arguments) {
-    using Result = decltype((HostCalls().*member)(arguments...));
-    return Strikes() ? Result{-1} : (HostCalls().*member)(arguments...);
+template <auto member, typename Result, typename... Arguments>
+void MakeFaulty(PosixCalls& calls, Result (*)(Arguments...)) {
+    calls.*member = [](Arguments... arguments) {
+        return Strikes() ? Result{-1} : (HostCalls().*member)(arguments...);
+    };
 }
 
-int CloseAndStrike(int fd) {
-    const int result = ::close(fd);
-    return Strikes() ? -1 : result;
+template <auto... members>
+void MakeAllFaulty(PosixCalls& calls) {
+    (MakeFaulty<members>(calls, calls.*members), ...);
 }
 
 PosixCalls FaultyCalls() {
+    using Calls = PosixCalls;
     PosixCalls calls = HostCalls();
-    calls.open = Call<&PosixCalls::open, const char*, int, mode_t>;
-    calls.close = CloseAndStrike;
-    calls.control = Call<&PosixCalls::control, int, int, int>;
-    calls.lock = Call<&PosixCalls::lock, int, int>;
-    calls.statusOf = Call<&PosixCalls::statusOf, int, struct stat*>;
-    calls.statusAt = Call<&PosixCalls::statusAt, const char*, struct stat*>;
-    calls.statusOfLink = Call<&PosixCalls::statusOfLink, const char*, struct stat*>;
-    calls.changeMode = Call<&PosixCalls::changeMode, int, mode_t>;
-    calls.truncate = Call<&PosixCalls::truncate, int, off_t>;
-    calls.seek = Call<&PosixCalls::seek, int, off_t, int>;
-    calls.unlink = Call<&PosixCalls::unlink, const char*>;
+    MakeAllFaulty<&Calls::open, &Calls::control, &Calls::lock, &Calls::statusOf, &Calls::statusAt,
+                  &Calls::statusOfLink, &Calls::changeMode, &Calls::truncate, &Calls::seek,
+                  &Calls::unlink>(calls);
+    calls.close = [](int fd) { return ::close(fd) != 0 || Strikes() ? -1 : 0; };
     calls.read = [](int fd, void* buffer, std::size_t size) {
         return Strikes() ? -1 : ::read(fd, buffer, std::min(size, faults.largest));
     };
@@ -76,14 +71,10 @@ class PosixFaults : public ::testing::Test {
     bool Road(PosixFileServices& files) {
         const std::string scratch = directory_.Write("model.scr", "stale");
         ::chmod(scratch.c_str(), 0644);
-        return WriteAndReadBack(files, scratch) && LookAndDelete(files, scratch);
-    }
-
-    static bool WriteAndReadBack(PosixFileServices& files, const std::string& path) {
         const std::string text(70000, 't');
         std::string back(text.size() + 10, '?');
-        const FileHandle file = files.Open(
-            path, {FileAccess::kCreate, FileSharing::kExclusive, AccessPattern::kSequential, true});
+        const FileHandle file = files.Open(scratch, {FileAccess::kCreate, FileSharing::kExclusive,
+                                                     AccessPattern::kSequential, true});
         if (file == kNoFile) {
             return false;
         }
@@ -91,8 +82,8 @@ class PosixFaults : public ::testing::Test {
                           files.Seek(file, 0, SeekOrigin::kBegin) == 0 &&
                           files.Size(file) == 70000 &&
                           files.Read(file, back.data(), back.size()) == std::int64_t{70000} &&
-                          back.compare(0, text.size(), text) == 0;
-        return files.Close(file) && good;
+                          back.starts_with(text);
+        return files.Close(file) && good && LookAndDelete(files, scratch);
     }
 
     bool LookAndDelete(PosixFileServices& files, const std::string& path) {
@@ -114,21 +105,17 @@ class PosixFaults : public ::testing::Test {
     template <typename Check>
     long Sweep(int error, std::size_t largest, Check check) {
         const PosixCalls calls = FaultyCalls();
-        long call = 1;
-        for (;; ++call) {
-            faults = {};
-            faults.failing = call;
-            faults.error = error;
-            faults.largest = largest;
+        for (long call = 1;; ++call) {
+            SCOPED_TRACE("error " + std::to_string(error) + " at call " + std::to_string(call));
+            faults = {.failing = call, .error = error, .largest = largest};
             const std::size_t before = OpenDescriptors();
             PosixFileServices files(calls);
             const bool succeeded = Road(files);
-            EXPECT_EQ(before, OpenDescriptors()) << "descriptor leaked at call " << call;
+            EXPECT_EQ(before, OpenDescriptors());
             if (faults.calls < call) {
                 EXPECT_TRUE(succeeded);
                 return call - 1;
             }
-            SCOPED_TRACE("error " + std::to_string(error) + " at call " + std::to_string(call));
             check(succeeded, files);
         }
     }

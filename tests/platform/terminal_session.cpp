@@ -6,6 +6,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -14,75 +15,6 @@ namespace mod2neu {
 namespace {
 
 constexpr int kPatience = 10000;  // milliseconds
-
-// The little of a terminal that is needed to see what a user sees: text, carriage return, line
-// feed, cursor up, erasing to the end of the line and of the screen, and titles, which do not show.
-class Emulator {
-  public:
-    void Take(const std::string& text) {
-        for (std::size_t at = 0; at < text.size(); ++at) {
-            switch (text[at]) {
-                case '\r':
-                    column_ = 0;
-                    break;
-                case '\n':
-                    ++row_;
-                    break;
-                case '\033':
-                    at = Escape(text, at + 1);
-                    break;
-                default:
-                    Put(text[at]);
-            }
-        }
-    }
-
-    [[nodiscard]] std::vector<std::string> Lines() const {
-        std::vector<std::string> lines = lines_;
-        for (std::string& line : lines) {
-            line.erase(line.find_last_not_of(' ') + 1);
-        }
-        while (!lines.empty() && lines.back().empty()) {
-            lines.pop_back();
-        }
-        return lines;
-    }
-
-  private:
-    std::string& Line() {
-        lines_.resize(std::max(lines_.size(), row_ + 1));
-        return lines_[row_];
-    }
-
-    void Put(char c) {
-        std::string& line = Line();
-        line.resize(std::max(line.size(), column_ + 1), ' ');
-        line[column_++] = c;
-    }
-
-    // The last character of the sequence that starts after the escape character.
-    std::size_t Escape(const std::string& text, std::size_t at) {
-        if (text[at] == ']') {
-            return text.find('\a', at);
-        }
-        const std::size_t end = text.find_first_not_of("0123456789;?", at + 1);
-        if (text[end] == 'A') {
-            row_ -= std::stoul(text.substr(at + 1));
-        } else if (text[end] == 'K') {
-            Line().resize(column_, ' ');
-        } else if (text[end] == 'J') {
-            Line().resize(column_, ' ');
-            lines_.resize(row_ + 1);
-        } else {
-            Put('!');
-        }
-        return end;
-    }
-
-    std::vector<std::string> lines_;
-    std::size_t row_ = 0;
-    std::size_t column_ = 0;
-};
 
 }  // namespace
 
@@ -122,16 +54,14 @@ bool TerminalSession::ReadMore() {
 }
 
 bool TerminalSession::WaitFor(const std::string& text) {
-    for (;;) {
-        const std::size_t found = sent_.find(text, seen_);
-        if (found != std::string::npos) {
-            seen_ = found + text.size();
-            return true;
-        }
+    std::size_t found = std::string::npos;
+    while ((found = sent_.find(text, seen_)) == std::string::npos) {
         if (!ReadMore()) {
             return false;
         }
     }
+    seen_ = found + text.size();
+    return true;
 }
 
 int TerminalSession::Finish() {
@@ -143,10 +73,40 @@ int TerminalSession::Finish() {
     return status;
 }
 
+// The little of a terminal that is needed: text, carriage return, line feed, cursor up, erasing to
+// the end of the line and of the screen, and titles, which do not show.
 std::vector<std::string> TerminalSession::Screen() const {
-    Emulator screen;
-    screen.Take(sent_);
-    return screen.Lines();
+    std::vector<std::string> lines(1);
+    std::size_t row = 0;
+    std::size_t column = 0;
+    for (std::size_t at = 0; at < sent_.size(); ++at) {
+        lines.resize(std::max(lines.size(), row + 1));
+        std::string& line = lines[row];
+        if (sent_[at] == '\r') {
+            column = 0;
+        } else if (sent_[at] == '\n') {
+            ++row;
+        } else if (sent_[at] != '\033') {
+            line.resize(std::max(line.size(), column + 1), ' ');
+            line[column++] = sent_[at];
+        } else if (sent_[++at] == ']') {
+            at = sent_.find('\a', at);
+        } else {
+            const std::size_t number = at + 1;
+            at = sent_.find_first_not_of("0123456789;?", number);
+            row -= sent_[at] == 'A' ? std::stoul(sent_.substr(number)) : 0;
+            if (sent_[at] == 'J') {
+                lines.resize(row + 1);
+            }
+            if (sent_[at] != 'A') {
+                lines[row].resize(column);
+            }
+        }
+    }
+    while (!lines.empty() && lines.back().empty()) {
+        lines.pop_back();
+    }
+    return lines;
 }
 
 bool TerminalSession::Echoes() const {

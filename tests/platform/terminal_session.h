@@ -28,7 +28,7 @@ class TerminalSession {
     // Everything that was sent to the screen.
     [[nodiscard]] const std::string& Sent() const { return sent_; }
 
-    // The lines that the user sees at present, blanks at their ends and empty lines below left out.
+    // The lines that the user sees at present, without the empty ones below.
     [[nodiscard]] std::vector<std::string> Screen() const;
 
     // True when typed characters show.

@@ -72,14 +72,13 @@ TEST_F(ProgramTests, AnswersAboutItself) {
     EXPECT_EQ(Output().substr(0, 15), "Usage: mod2neu ");
 }
 
-struct RefusalCase {
-    const char* model;
-    const char* message;
-    bool scratchStays;
-};
-
 // Whatever is wrong, the program says so and ends with exit code 0.
 TEST_F(ProgramTests, RefusesWhatIsNoModel) {
+    struct RefusalCase {
+        const char* model;
+        const char* message;
+        bool scratchStays;
+    };
     for (const auto& [model, message, scratchStays] : {
              RefusalCase{"missing", "Unable to Open File missing.mod:  .", false},
              RefusalCase{"folder", "Unable to Open File folder.mod:  .", false},
@@ -102,6 +101,7 @@ TEST_F(ProgramTests, ConvertsAndLeavesNothingBehind) {
     EXPECT_EQ(BytesOf(directory / "WING.neu").substr(0, 27), "   -1\r\n   100\r\nWing box\r\n6.");
     EXPECT_EQ(BytesOf(directory / "wing.mod"), EmptyModel(6.0));
     EXPECT_FALSE(Has("temp/WING.scr"));
+    EXPECT_TRUE(Output().ends_with("mod2neu: complete: WING.neu\n")) << Output();
 }
 
 // A file-size limit acts like a full disk rather than ending the process.

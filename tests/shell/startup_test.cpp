@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cmath>
+#include <bit>
 #include <limits>
 
 #include "database/close.h"
@@ -19,6 +18,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
+constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 constexpr WindowHandle kDesktop = RecordingDesktop::kDesktop;
 class StartupTests : public testing::Test {
   protected:
@@ -27,7 +27,6 @@ class StartupTests : public testing::Test {
         ResetMessages();
     }
     ~StartupTests() override {
-        files.ClearFaults();
         CloseDatabase();  // a refused version leaves it open
     }
 
@@ -51,11 +50,8 @@ TEST_F(StartupTests, ArgumentsNameModelDigitsAndWindow) {
     desktop.liveWindows = {4711};
     const std::vector<ArgumentCase> cases = {
         {{"model"}, "model.mod"},
-        {{" model "}, "model.mod"},
-        {{"WING.MOD"}, "WING.MOD"},
         {{"wing.old"}, "wing.old"},
         {{"D:model"}, "D:.\\model.mod"},
-        {{"D:\\data\\x.mod"}, "D:\\data\\x.mod"},
         {{"a.mod", "b.mod"}, "b.mod"},
         {{"-X", "model.mod"}, "model.mod"},
         {{"-", "/", "model.mod", "-dig12"}, "model.mod"},
@@ -69,13 +65,8 @@ TEST_F(StartupTests, ArgumentsNameModelDigitsAndWindow) {
         {{"-DIG", "- 5", "a.mod"}, "a.mod", 0},
         {{"-DIG", "", "a.mod"}, "a.mod", 0},
         {{"-DIG", "5", "-dig", "6", "a.mod"}, "a.mod", 6},
-        {{"-DIG", "2147483648", "a.mod"}, "a.mod", std::numeric_limits<std::int32_t>::max()},
-        {{"-DIG", std::string(300, '9'), "a.mod"},
-         "a.mod",
-         std::numeric_limits<std::int32_t>::max()},
-        {{"-DIG", "-99999999999999999999", "a.mod"},
-         "a.mod",
-         -std::numeric_limits<std::int32_t>::max()},
+        {{"-DIG", "2147483648", "a.mod"}, "a.mod", kMost},
+        {{"-DIG", "-" + std::string(300, '9'), "a.mod"}, "a.mod", -kMost},
         {{"-hwnd", "4711", "a.mod"}, "a.mod", 8, 4711},
         {{"/Hwnd", "4711", "a.mod"}, "a.mod", 8, 4711},
         {{"-HWND", "4712", "a.mod"}, "a.mod"},
@@ -86,7 +77,6 @@ TEST_F(StartupTests, ArgumentsNameModelDigitsAndWindow) {
         {{"/wing.mod", "a.mod"}, "a.mod"},
         {{"/data\\wing", "-x/y", "/Z"}, "/data\\wing.mod"},
         {{"/hwnd/wing"}, "/hwnd/wing.mod"},
-        {{"./models/v1.2/wing"}, "./models/v1.2/wing.mod"},
     };
     for (const ArgumentCase& row : cases) {
         ResetSession();
@@ -97,7 +87,6 @@ TEST_F(StartupTests, ArgumentsNameModelDigitsAndWindow) {
         EXPECT_EQ(CurrentSession().ParentWindow, row.parent) << row.arguments[0];
     }
     EXPECT_TRUE(desktop.openRequests.empty());
-    EXPECT_EQ(desktop.statusDialogs, 0);
 }
 
 TEST_F(StartupTests, ModelNameIsCutAndLongPathsAreNotFound) {
@@ -113,9 +102,8 @@ TEST_F(StartupTests, ModelNameIsCutAndLongPathsAreNotFound) {
         ASSERT_TRUE(CloseDatabase());
         ResetSession();
     }
-}
-
-TEST_F(StartupTests, NothingBehindThePathLimitIsRead) {
+    // Nothing behind the path limit is read at all.
+    desktop.boxes.clear();
     EXPECT_FALSE(StartUp({std::string(259, ' ') + "a.mod"}));
     EXPECT_EQ(desktop.boxes.at(0).text, "Unable to Open File " + std::string(139, ' '));
 }
@@ -125,11 +113,10 @@ TEST_F(StartupTests, HeldModelIsReportedLikeAMissingOne) {
     files.HoldElsewhere("wing.mod");
     RunProgram({"wing"});
     EXPECT_EQ(desktop.BoxTexts(), Arguments{Missing("wing.mod")});
-    EXPECT_EQ(desktop.boxes[0].icon, BoxIcon::kStop);
     EXPECT_EQ(desktop.boxes[0].owner, kDesktop);
-    EXPECT_EQ(desktop.boxes[0].caption, "TARNO");
     EXPECT_TRUE(desktop.titles.empty());
     EXPECT_EQ(files.Paths(), Arguments{"/memory/wing.mod"});
+    EXPECT_EQ(desktop.outcomes, Arguments{"mod2neu: not converted: wing.mod"});
 }
 
 struct TitleCase {
@@ -174,8 +161,6 @@ TEST_F(StartupTests, OpenDialogAsksForAModel) {
     EXPECT_EQ(request.okCaption, "&Open");
     EXPECT_EQ(request.cancelCaption, "&New Model");
     EXPECT_TRUE(desktop.boxes.empty());
-    EXPECT_EQ(desktop.statusDialogs, 0);
-    EXPECT_FALSE(ErrorsOccurred());
     EXPECT_TRUE(files.calls.empty());
 }
 
@@ -212,96 +197,42 @@ TEST_F(StartupTests, ModelIsConvertedBesideItself) {
     DatabaseSettings smaller;
     smaller.MinBuffers = 5;  // back to the default with every opening
     SetDatabaseSettings(smaller);
-    const std::string model = EmptyModel(6.0);
-    files.Put("/data/v1.2/wing.old.mod", model);
+    files.Put("/data/v1.2/wing.old.mod", EmptyModel(6.0));
     RunProgram({"/data/v1.2/wing.old.mod", "-hwnd", "4711"});
     EXPECT_TRUE(desktop.boxes.empty()) << desktop.boxes[0].text;
     EXPECT_EQ(files.Paths(), (Arguments{"/data/v1.2/wing.neu", "/data/v1.2/wing.old.mod"}));
-    EXPECT_EQ(files.Bytes("/data/v1.2/wing.old.mod"), model);
-    const std::string begin = "   -1\r\n   100\r\nWing box\r\n6.,\r\n   -1\r\n";
-    EXPECT_EQ(files.Bytes("/data/v1.2/wing.neu").substr(0, begin.size()), begin);
-    EXPECT_EQ(desktop.statusDialogs, 1);
     EXPECT_EQ(desktop.statusParent, 4711);
     EXPECT_EQ(desktop.activated, std::vector<WindowHandle>{4711});
     EXPECT_EQ(desktop.statusLines.at(0),
               "Allocated 25 Cache Buffers, each with 20 - 2048 byte blocks.");
-    EXPECT_EQ(files.OpenHandles(), 0U);
+    EXPECT_EQ(desktop.outcomes, Arguments{"mod2neu: complete: /data/v1.2/wing.neu"});
 }
 
-TEST_F(StartupTests, ChosenModelIsConvertedToo) {
-    files.Put("/data/WING.MOD", EmptyModel(6.0));
-    desktop.answers = {OpenFileAnswer{"/data/WING", "WING"}};
-    RunProgram({});
-    EXPECT_TRUE(desktop.boxes.empty()) << desktop.boxes[0].text;
-    EXPECT_TRUE(files.Has("/data/WING.neu"));
-    // The choice is reported before there is a window to show it.
-    EXPECT_NE(desktop.statusLines.at(0), "Opening File /data/WING.MOD...");
-}
-
+// Both halves of the version count: one that is right is not enough.
 TEST_F(StartupTests, OnlyVersionSixIsOpened) {
-    struct VersionCase {
-        double version;
-        const char* shown;
+    const std::vector<std::pair<std::uint64_t, std::string>> cases = {
+        {std::bit_cast<std::uint64_t>(5.0), "5"},
+        {std::bit_cast<std::uint64_t>(-6.0), "-6"},
+        {0x4018000000000001, "6"},
+        {0x4017FFFFFFFFFFFF, "6"},
+        {0x4018000100000000, "6"},
+        {0x0000000040180000, "5.31e-315"},
+        {0x7FF8000000000000, "nan"},
     };
-    for (const auto& [version, shown] : {
-             VersionCase{5.0, "5"},
-             VersionCase{5.1, "5.1"},
-             VersionCase{6.000001, "6"},
-             VersionCase{std::nextafter(6.0, 7.0), "6"},
-             VersionCase{std::nextafter(6.0, 5.0), "6"},
-             VersionCase{-6.0, "-6"},
-             VersionCase{0.0, "0"},
-         }) {
+    for (const auto& [bits, shown] : cases) {
         ResetSession();
-        ResetMessages();
         desktop.boxes.clear();
-        const std::string model = EmptyModel(version);
+        const std::string model = EmptyModel(bits);
         files.Put("wing.mod", model);
         RunProgram({"wing"});
         EXPECT_EQ(desktop.BoxTexts(),
-                  Arguments{std::string("Invalid Version 6 Model Database (") + shown +
+                  Arguments{"Invalid Version 6 Model Database (" + shown +
                             ").\n\r\nIf this is an old model it must be converted, otherwise "
                             "choose a different file."});
         EXPECT_EQ(files.Paths(), (Arguments{"/memory/wing.mod", "/temp/wing.scr"}));
         EXPECT_EQ(files.Bytes("wing.mod"), model);
         ASSERT_TRUE(CloseDatabase());
     }
-}
-
-// One half right is not enough.
-TEST_F(StartupTests, BothHalvesOfTheVersionCount) {
-    for (const std::uint64_t bits :
-         {0x4018000000000001UL, 0x4018000100000000UL, 0x0000000040180000UL, 0x7FF8000000000000UL}) {
-        ResetSession();
-        files.Put("wing.mod", EmptyModel(bits));
-        EXPECT_FALSE(StartUp({"wing"})) << std::hex << bits;
-        ASSERT_TRUE(CloseDatabase());
-    }
-}
-
-TEST_F(StartupTests, ShortModelIsRefusedWithoutANeutralFile) {
-    for (const std::size_t size : {0U, 8U, 4815U}) {
-        ResetSession();
-        desktop.boxes.clear();
-        files.Put("wing.mod", EmptyModel(6.0).substr(0, size));
-        RunProgram({"wing"});
-        ASSERT_EQ(desktop.boxes.size(), 1U) << size;
-        EXPECT_EQ(desktop.boxes[0].text.substr(0, 29), "Unable to Read From Database:") << size;
-        EXPECT_FALSE(files.Has("wing.neu"));
-        EXPECT_EQ(desktop.statusDialogs, 1);
-        ResetMessages();
-        desktop.statusDialogs = 0;
-    }
-}
-
-TEST_F(StartupTests, DatabaseIsClosedAlthoughTheNeutralFileFails) {
-    files.Put("/data/wing.mod", EmptyModel(6.0));
-    files.ForbidCreation("/data", EACCES);
-    RunProgram({"/data/wing"});
-    EXPECT_EQ(desktop.BoxTexts(),
-              Arguments{"Unable to Open File /data/wing.neu: Permission denied."});
-    EXPECT_EQ(files.Paths(), Arguments{"/data/wing.mod"});
-    EXPECT_EQ(files.OpenHandles(), 0U);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@ namespace {
 struct WorkingFileState {
     ScopedFile file;
     std::string path;
+    std::string readFailure;
 };
 
 WorkingFileState working;
@@ -23,10 +24,20 @@ bool SeekToBlock(std::uint32_t block) {
 void AttachWorkingFile(FileHandle file, const std::string& path) {
     working.file.Reset(file);
     working.path = path;
+    working.readFailure.clear();
 }
 
 std::int64_t ReadWorkingFile(std::uint32_t block, void* buffer, std::size_t size) {
-    return SeekToBlock(block) ? Files().Read(working.file.Get(), buffer, size) : -1;
+    const std::int64_t read =
+        SeekToBlock(block) ? Files().Read(working.file.Get(), buffer, size) : -1;
+    if (read < 0 && working.readFailure.empty()) {
+        working.readFailure = Files().LastErrorText();
+    }
+    return read;
+}
+
+const std::string& WorkingFileReadFailure() {
+    return working.readFailure;
 }
 
 bool WriteWorkingFile(std::uint32_t block, const void* data, std::size_t size) {

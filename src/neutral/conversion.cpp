@@ -3,6 +3,7 @@
 #include "blocks/block_writers.h"
 #include "database/block_allocation.h"
 #include "database/database_file.h"
+#include "database/working_file.h"
 #include "neutral/neutral_stream.h"
 #include "platform/desktop.h"
 #include "platform/file_services.h"
@@ -142,6 +143,10 @@ bool ConvertToNeutral(std::uint32_t formatCode, const std::string& path, std::in
         return false;
     }
     WriteBlocksWatched(context);
+    // Records that could not be read have been passed over.
+    if (!WorkingFileReadFailure().empty()) {
+        ShowMessage(MessageId::kReadDatabase, {WorkingFileReadFailure()});
+    }
     bool written = NeutralStreamError() == 0;
     if (!written) {
         ShowMessage(MessageId::kWriteFile, {neutralPath, NeutralStreamErrorText()});

@@ -234,9 +234,10 @@ bool CopyFileToNeutral(const std::string& path) {
     }
     const std::int64_t read =
         Files().Read(file.Get(), contents.get(), static_cast<std::size_t>(size));
-    if (read > 0) {
-        PutTranslated({contents.get(), static_cast<std::size_t>(read)});
+    if (read < 0) {
+        return false;
     }
+    PutTranslated({contents.get(), static_cast<std::size_t>(read)});
     return true;
 }
 

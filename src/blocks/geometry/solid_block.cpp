@@ -57,10 +57,15 @@ void WriteSolidTransmit(std::int32_t solidId) {
         return;
     }
     CopyChunks(solidId, file.Get(), fileName);
-    file.Close();
-    PutLong(static_cast<std::int32_t>(FileSizeOf(fileName)));
+    if (!file.Close()) {
+        ShowMessage(MSG_ERROR, MessageId::kWriteFile, {fileName, SystemErrorText()});
+    }
+    const std::int64_t size = FileSizeOf(fileName);
+    PutLong(static_cast<std::int32_t>(size));
     EndLine();
-    CopyFileToNeutral(fileName);
+    if (!CopyFileToNeutral(fileName) || size < 0) {
+        ShowMessage(MSG_ERROR, MessageId::kReadFile, {fileName, SystemErrorText()});
+    }
     DeleteFileByName(fileName);
 }
 

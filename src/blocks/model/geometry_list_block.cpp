@@ -37,7 +37,7 @@ constexpr int kRangeShortOne = 12;
 
 // The members of one list. They are held in memory as ranges; where these become too many, the
 // flag set takes them over. A range of a hundred million IDs fills millions of words of the set,
-// and any number of lists may hold one, so only lists of millions of entries are worth a set.
+// and any number of lists may hold one, so only lists of very many entries are worth a set.
 class ListMembers {
   public:
     ListMembers(EntityType setType, std::int32_t setDatabase)

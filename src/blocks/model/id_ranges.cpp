@@ -7,7 +7,7 @@ namespace mod2neu {
 
 namespace {
 
-constexpr std::size_t kMostSpans = std::size_t{1} << 20;
+constexpr std::size_t kMostSpans = std::size_t{1} << 18;
 
 bool Touch(IdSpan lower, IdSpan upper) {
     return upper.first <= lower.last || upper.first - lower.last == 1;

@@ -11,7 +11,7 @@ struct IdSpan {
     std::int32_t last = 0;
 };
 
-// A set of IDs as ranges in memory, of which there may be a million at most. Ranges that overlap
+// A set of IDs as ranges in memory, a quarter of a million of them at most. Ranges that overlap
 // or touch are merged now and then, so that any number of them can be added as long as what they
 // make together is not scattered more than that.
 class IdRanges {

@@ -96,6 +96,16 @@ TEST_F(BlockCacheTest, TheLeastRecentlyUsedBufferGoesFirst) {
     EXPECT_EQ(BufferOf(37), buffers[0]);
 }
 
+TEST_F(BlockCacheTest, OfBuffersThatWereNeverTouchedTheFirstGoes) {
+    Open(Materials(100).Build(), 5, 2);
+    BlockPlace place;
+    for (std::uint32_t block = 5; block < 15; block += 2) {
+        ASSERT_TRUE(ReadBlockGroup(true, block, place));
+    }
+    ASSERT_TRUE(ReadBlockGroup(true, 31, place));
+    EXPECT_EQ(place.buffer, 0);
+}
+
 TEST_F(BlockCacheTest, AnEvictedBlockIsNoLongerFound) {
     Open(Materials(100).Build(), 5, 2);
     BlockPlace place;

@@ -88,6 +88,19 @@ TEST_F(DamageTest, BitsBehindTheRecordsAndLyingCountsChangeNothing) {
     EXPECT_EQ(IndexFinger(kFreeBlock), 7U);
 }
 
+TEST_F(DamageTest, NoIdIsAboveTheHighest) {
+    ModelBuilder builder;
+    builder.Add(kNode, 1, kHighestId, TaggedRecord(kNode, 1, kHighestId));
+    ModelImage image = builder.Build();
+    image.SetU16(ModelImage::BlockOffset(4) + kBitmap, 0xFFFF);
+    image.SetU16(ModelImage::BlockOffset(4) + kBitmap + 2, 0xFFFF);
+    Open(image);
+    const Ids found = Walk(kNode, 1);
+    EXPECT_EQ(found.back(), kHighestId);
+    EXPECT_EQ(WalkRecords(kNode, 1), found);
+    EXPECT_EQ(NextRecordId(kNode, 1, kNoId, SeekMode::kAtOrBefore), kHighestId);
+}
+
 TEST_F(DamageTest, HeadersThatDoNotMatchHideTheirBlockAlone) {
     const ModelImage sound = FiveBlocks().Build();
     const std::size_t block6 = ModelImage::BlockOffset(6);
@@ -241,6 +254,57 @@ TEST_F(DamageTest, AllocationNeverTakesABlockInUse) {
             ASSERT_EQ(Walk(kMaterial, 1), Ids{});
         }
         ASSERT_EQ(Walk(kNode, 1), Range(1, 135)) << "round " << round;
+    }
+}
+
+TEST_F(DamageTest, ABlockInUseIsNoFreeBlockWhateverItsKey) {
+    // Materials take a block each: the one with ID 6 lies in block 6, so that its index entry
+    // reads like that of a free block.
+    ModelBuilder builder;
+    for (std::int32_t id = 4; id <= 9; ++id) {
+        builder.Add(kMaterial, 1, id, TaggedRecord(kMaterial, 1, id));
+    }
+    ModelImage image = builder.Build();
+    ASSERT_EQ(image.BlockOf(kMaterial, 1, 6), 6U);
+    image.SetU32(ModelImage::FingerOffset(1), 6);
+    Open(image);
+    const auto record = TaggedRecord(kMaterial, 1, 50);
+    ASSERT_TRUE(PutRecord(kMaterial, 1, 50, record.data()));
+    EXPECT_EQ(Walk(kMaterial, 1), Range(4, 9) + Ids{50});
+}
+
+TEST_F(DamageTest, OnlyTheBlockThatTheIndexLeadsToIsReleased) {
+    ModelBuilder builder;
+    for (const std::int32_t id : {1, 2, 28}) {
+        builder.Add(kNode, 1, id, TaggedRecord(kNode, 1, id));
+    }
+    builder.Add(kText, 1, 6, TaggedRecord(kText, 1, 6));
+    ModelImage image = builder.Build();
+    // The text block poses as a second block of the first nodes, with node 1 alone.
+    image.bytes[ModelImage::BlockOffset(6) + kKind] = kNode;
+    image.SetU32(ModelImage::BlockOffset(6) + 8, 1);
+    Open(image);
+    // Once their group is in memory, either of the two may be found.
+    ASSERT_NE(ViewRecord(kNode, 1, 28), nullptr);
+    ASSERT_TRUE(DeleteRecord(kNode, 1, 1));
+    const ModelImage after = Flushed();
+    EXPECT_EQ(after.bytes[ModelImage::BlockOffset(4) + kKind], kNode);
+    EXPECT_EQ(after.U32(ModelImage::EntryOffset(4) + kNext), 5U);
+    EXPECT_EQ(after.U32(ModelImage::FingerOffset(1)), 0U);
+}
+
+TEST_F(DamageTest, ABlockIsLinkedInWhereALinkHadSkippedOthers) {
+    ModelBuilder builder;
+    for (const std::int32_t id : {1, 55, 82}) {
+        builder.Add(kNode, 1, id, TaggedRecord(kNode, 1, id));
+    }
+    ModelImage image = builder.Build();
+    image.SetU32(ModelImage::EntryOffset(4) + kNext, 6);
+    Open(image, 5, 1);
+    const auto record = TaggedRecord(kNode, 1, 28);
+    ASSERT_TRUE(PutRecord(kNode, 1, 28, record.data()));
+    for (const std::int32_t id : {1, 28, 55, 82}) {
+        EXPECT_NE(ViewRecord(kNode, 1, id), nullptr) << id;
     }
 }
 

@@ -10,6 +10,7 @@
 #include "neutral/real_format.h"
 #include "neutral/short_real.h"
 #include "platform/file_services.h"
+#include "shell/messages.h"
 #include "shell/paths.h"
 
 namespace mod2neu {
@@ -235,9 +236,10 @@ bool CopyFileToNeutral(const std::string& path) {
     const std::int64_t read =
         Files().Read(file.Get(), contents.get(), static_cast<std::size_t>(size));
     if (read < 0) {
-        return false;
+        ShowMessage(MSG_ERROR, MessageId::kReadFile, {path, SystemErrorText()});
+    } else {
+        PutTranslated({contents.get(), static_cast<std::size_t>(read)});
     }
-    PutTranslated({contents.get(), static_cast<std::size_t>(read)});
     return true;
 }
 

@@ -47,7 +47,7 @@ void BeginBlock(std::int32_t number);
 void EndBlock();
 
 // Copies a whole file into the stream, line feeds becoming CR LF. False, with nothing written,
-// when the file cannot be opened or read or memory for it cannot be had.
+// when the file cannot be opened or memory for it cannot be had. A failed read is shown.
 bool CopyFileToNeutral(const std::string& path);
 
 }  // namespace mod2neu

@@ -247,6 +247,21 @@ TEST_F(DamageTest, CountsAndKeysMayBeAnything) {
     }
 }
 
+// Inputs that fuzzing came upon, laid out by hand.
+//
+// The way to the first chunk is cut off, so it is found only once its block is in memory: the text
+// grows between the walk that measures it and the one that gathers it.
+TEST(FoundByFuzzingTest, StoredTextGrowsBetweenTwoWalks) {
+    ModelBuilder model;
+    model.Add(54, 1, 1, RecordImage(1964).I32(0, 1960).Text(4, 1960, std::string(1960, 'a')));
+    model.Add(54, 1, 2, RecordImage(1964).I32(0, 5).Text(4, 5, "bbbbb"));
+    ModelImage image = model.Finger(54, 1).Build();
+    image.SetU32(ModelImage::EntryOffset(image.BlockOf(54, 1, 2)) + 12, 0);
+    const RunResult result = RunOn(image.bytes);
+    EXPECT_TRUE(result.IsClean());
+    EXPECT_EQ(result.blocks.at(540), (Lines{"1,", "5,", "1,", "aaaaa"}));
+}
+
 class HostileWorkTest : public ::testing::Test {
   protected:
     static constexpr std::int32_t kEveryId = -99'999'999;

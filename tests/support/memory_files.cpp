@@ -2,31 +2,19 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 namespace mod2neu {
 
 namespace {
 
-bool EqualWithoutCase(const std::string& a, const std::string& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) ==
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
-
-std::string DirectoryOf(const std::string& fullPath) {
-    return fullPath.substr(0, fullPath.rfind('/') + 1);
-}
-
-template <typename Faults>
-const auto* FaultAt(const Faults& faults, std::size_t call) {
-    const auto hit = std::find_if(faults.begin(), faults.end(), [call](const auto& fault) {
-        return call >= fault.first && call - fault.first < fault.count;
-    });
-    return hit == faults.end() ? nullptr : &*hit;
+std::string Absolute(const std::string& path) {
+    std::string text = path;
+    std::replace(text.begin(), text.end(), '\\', '/');
+    text = (MemoryFiles::kCurrentDirectory / std::filesystem::path(text)).lexically_normal();
+    return text.size() > 1 && text.back() == '/' ? text.substr(0, text.size() - 1) : text;
 }
 
 }  // namespace
@@ -49,15 +37,10 @@ void MemoryFiles::Put(const std::string& path, std::string_view bytes) {
     files_[FullPath(path)] = node;
 }
 
-void MemoryFiles::Put(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-    Put(path, std::string(bytes.begin(), bytes.end()));
-}
-
 void MemoryFiles::Remove(const std::string& path) {
-    const auto found = files_.find(FullPath(path));
-    if (found != files_.end()) {
-        --found->second->names;
-        files_.erase(found);
+    if (const std::shared_ptr<Node> node = Find(path)) {
+        --node->names;
+        files_.erase(Absolute(path));
     }
 }
 
@@ -67,13 +50,9 @@ void MemoryFiles::Link(const std::string& name, const std::string& path) {
     files_[FullPath(name)] = node;
 }
 
-bool MemoryFiles::Has(const std::string& path) const {
-    return files_.count(const_cast<MemoryFiles*>(this)->FullPath(path)) != 0;
-}
-
 std::string MemoryFiles::Bytes(const std::string& path) const {
-    const auto found = files_.find(const_cast<MemoryFiles*>(this)->FullPath(path));
-    return found == files_.end() ? std::string() : found->second->bytes;
+    const std::shared_ptr<Node> node = Find(path);
+    return node == nullptr ? std::string() : node->bytes;
 }
 
 std::vector<std::string> MemoryFiles::Paths() const {
@@ -84,33 +63,8 @@ std::vector<std::string> MemoryFiles::Paths() const {
     return paths;
 }
 
-void MemoryFiles::HoldElsewhere(const std::string& path) {
-    files_.at(FullPath(path))->heldExclusively = true;
-}
-
-void MemoryFiles::ReleaseElsewhere(const std::string& path) {
-    files_.at(FullPath(path))->heldExclusively = false;
-}
-
-void MemoryFiles::ForbidCreation(const std::string& directory, int error) {
-    forbidden_[FullPath(directory) + "/"] = error;
-}
-
-void MemoryFiles::FailCall(std::size_t call, int error, std::size_t count) {
-    faults_.push_back({call, count, error});
-}
-
-void MemoryFiles::FailCall(FileCall kind, std::size_t call, int error, std::size_t count) {
-    kindFaults_[kind].push_back({call, count, error});
-}
-
-void MemoryFiles::ShortenCall(std::size_t call, std::size_t size, int error) {
-    shortenings_[call] = {size, error};
-}
-
 void MemoryFiles::ClearFaults() {
     faults_.clear();
-    kindFaults_.clear();
     shortenings_.clear();
 }
 
@@ -122,19 +76,30 @@ std::size_t MemoryFiles::CallCount(FileCall kind) const {
 // Logs the call; false when it is one that has to fail.
 bool MemoryFiles::Begin(FileCall kind, const std::string& path, std::size_t size) {
     calls.push_back({kind, path, size});
-    const std::size_t kindCount = ++kindCounts_[kind];
+    ++kindCounts_[kind];
     if (onCall) {
         onCall(FileCallRecord(calls.back()));
     }
-    const Fault* fault = FaultAt(faults_, calls.size());
-    if (fault == nullptr) {
-        fault = FaultAt(kindFaults_[kind], kindCount);
+    for (const Fault& fault : faults_) {
+        const std::size_t call = !fault.kind          ? calls.size()
+                                 : fault.kind == kind ? kindCounts_[kind]
+                                                      : 0;
+        if (call >= fault.first && call - fault.first < fault.count) {
+            ++faultsInjected;
+            return Fail(fault.error);
+        }
     }
-    if (fault == nullptr) {
-        return true;
+    return true;
+}
+
+// The same for a call by handle; the handle's record, or null.
+MemoryFiles::Handle* MemoryFiles::Begin(FileCall kind, FileHandle file, std::size_t size) {
+    const auto found = handles_.find(file);
+    if (found == handles_.end()) {
+        Fail(EBADF);
+        return nullptr;
     }
-    ++faultsInjected;
-    return Fail(fault->error);
+    return Begin(kind, found->second.path, size) ? &found->second : nullptr;
 }
 
 bool MemoryFiles::Fail(int error) {
@@ -142,30 +107,9 @@ bool MemoryFiles::Fail(int error) {
     return false;
 }
 
-MemoryFiles::Handle* MemoryFiles::Find(FileHandle file) {
-    const auto found = handles_.find(file);
-    if (found == handles_.end()) {
-        Fail(EBADF);
-        return nullptr;
-    }
-    return &found->second;
-}
-
-// The file of that name, else the only one whose name differs in case alone.
-std::shared_ptr<MemoryFiles::Node> MemoryFiles::FindExisting(const std::string& fullPath) const {
-    const auto exact = files_.find(fullPath);
-    if (exact != files_.end()) {
-        return exact->second;
-    }
-    std::shared_ptr<Node> match;
-    int matches = 0;
-    for (const auto& [path, node] : files_) {
-        if (DirectoryOf(path) == DirectoryOf(fullPath) && EqualWithoutCase(path, fullPath)) {
-            match = node;
-            ++matches;
-        }
-    }
-    return matches == 1 ? match : nullptr;
+std::shared_ptr<MemoryFiles::Node> MemoryFiles::Find(const std::string& path) const {
+    const auto found = files_.find(Absolute(path));
+    return found == files_.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<MemoryFiles::Node> MemoryFiles::FindOrCreate(const std::string& fullPath,
@@ -212,7 +156,7 @@ bool MemoryFiles::Exists(const std::string& path) {
     if (!Begin(FileCall::kExists, fullPath)) {
         return false;
     }
-    const std::shared_ptr<Node> node = FindExisting(fullPath);
+    const std::shared_ptr<Node> node = Find(fullPath);
     if (node == nullptr) {
         return Fail(ENOENT);
     }
@@ -225,8 +169,7 @@ FileHandle MemoryFiles::Open(const std::string& path, const OpenMode& mode) {
         return kNoFile;
     }
     const bool create = mode.access == FileAccess::kCreate;
-    const std::shared_ptr<Node> node =
-        create ? FindOrCreate(fullPath, mode) : FindExisting(fullPath);
+    const std::shared_ptr<Node> node = create ? FindOrCreate(fullPath, mode) : Find(fullPath);
     if (node == nullptr) {
         if (!create) {
             Fail(ENOENT);
@@ -254,8 +197,8 @@ void MemoryFiles::CutToShortening(std::size_t* size, int* error) {
 }
 
 std::int64_t MemoryFiles::Read(FileHandle file, void* buffer, std::size_t size) {
-    Handle* handle = Find(file);
-    if (handle == nullptr || !Begin(FileCall::kRead, handle->path, size)) {
+    Handle* handle = Begin(FileCall::kRead, file, size);
+    if (handle == nullptr) {
         return -1;
     }
     int error = 0;
@@ -271,8 +214,8 @@ std::int64_t MemoryFiles::Read(FileHandle file, void* buffer, std::size_t size) 
 }
 
 std::int64_t MemoryFiles::Write(FileHandle file, const void* data, std::size_t size) {
-    Handle* handle = Find(file);
-    if (handle == nullptr || !Begin(FileCall::kWrite, handle->path, size)) {
+    Handle* handle = Begin(FileCall::kWrite, file, size);
+    if (handle == nullptr) {
         return -1;
     }
     if (handle->mode.access == FileAccess::kRead) {
@@ -304,8 +247,8 @@ std::int64_t MemoryFiles::Write(FileHandle file, const void* data, std::size_t s
 }
 
 std::int64_t MemoryFiles::Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
-    Handle* handle = Find(file);
-    if (handle == nullptr || !Begin(FileCall::kSeek, handle->path)) {
+    Handle* handle = Begin(FileCall::kSeek, file);
+    if (handle == nullptr) {
         return -1;
     }
     const auto size = static_cast<std::int64_t>(handle->node->bytes.size());
@@ -319,25 +262,23 @@ std::int64_t MemoryFiles::Seek(FileHandle file, std::int64_t offset, SeekOrigin 
 }
 
 std::int64_t MemoryFiles::Size(FileHandle file) {
-    Handle* handle = Find(file);
-    if (handle == nullptr || !Begin(FileCall::kSize, handle->path)) {
-        return -1;
-    }
-    return static_cast<std::int64_t>(handle->node->bytes.size());
+    const Handle* handle = Begin(FileCall::kSize, file);
+    return handle == nullptr ? -1 : static_cast<std::int64_t>(handle->node->bytes.size());
 }
 
+// A file whose closing fails is closed all the same.
 bool MemoryFiles::Close(FileHandle file) {
-    Handle* handle = Find(file);
-    if (handle == nullptr) {
+    const bool succeeds = Begin(FileCall::kClose, file) != nullptr;
+    const auto found = handles_.find(file);
+    if (found == handles_.end()) {
         return false;
     }
-    const bool succeeds = Begin(FileCall::kClose, handle->path);
-    if (handle->mode.sharing == FileSharing::kExclusive) {
-        handle->node->heldExclusively = false;
+    if (found->second.mode.sharing == FileSharing::kExclusive) {
+        found->second.node->heldExclusively = false;
     } else {
-        --handle->node->sharedHolders;
+        --found->second.node->sharedHolders;
     }
-    handles_.erase(file);
+    handles_.erase(found);
     return succeeds;
 }
 
@@ -346,11 +287,11 @@ bool MemoryFiles::Delete(const std::string& path) {
     if (!Begin(FileCall::kDelete, fullPath)) {
         return false;
     }
-    const auto found = files_.find(fullPath);
-    if (found == files_.end()) {
+    const std::shared_ptr<Node> node = Find(fullPath);
+    if (node == nullptr) {
         return Fail(ENOENT);
     }
-    if (found->second->heldExclusively || found->second->sharedHolders > 0) {
+    if (node->heldExclusively || node->sharedHolders > 0) {
         return Fail(kSharingViolation);
     }
     Remove(fullPath);
@@ -361,47 +302,23 @@ bool MemoryFiles::SameFile(const std::string& first, const std::string& second) 
     if (!Begin(FileCall::kSameFile, FullPath(first) + " " + FullPath(second))) {
         return false;
     }
-    const std::shared_ptr<Node> node = FindExisting(FullPath(first));
-    return node != nullptr && node == FindExisting(FullPath(second));
+    const std::shared_ptr<Node> node = Find(first);
+    return node != nullptr && node == Find(second);
 }
 
 std::string MemoryFiles::FullPath(const std::string& path) {
-    std::string text = path;
-    std::replace(text.begin(), text.end(), '\\', '/');
-    if (text.empty() || text.front() != '/') {
-        text = std::string(kCurrentDirectory) + "/" + text;
-    }
-    std::string full;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = std::min(text.find('/', begin), text.size());
-        const std::string part = text.substr(begin, end - begin);
-        if (part == "..") {
-            full.erase(std::min(full.rfind('/'), full.size()));
-        } else if (!part.empty() && part != ".") {
-            full += "/" + part;
-        }
-        begin = end + 1;
-    }
-    return full.empty() ? "/" : full;
+    return Absolute(path);
 }
 
 unsigned MemoryFiles::MakeTempFile(const std::string& directory, const std::string& prefix,
                                    unsigned unique, std::string* name) {
-    std::string base = directory.empty() ? tempDirectory : directory;
-    base = (base.empty() ? "/tmp" : base) + "/" + prefix.substr(0, 3);
+    const std::string base = (directory.empty() ? tempDirectory : directory) + "/" + prefix;
     if (!Begin(FileCall::kMakeTempFile, FullPath(base))) {
         return 0;
     }
     const unsigned number = unique != 0 ? unique : nextUnique_++;
-    std::array<char, 16> digits{};
-    std::snprintf(digits.data(), digits.size(), "%X", number);
-    *name = base + digits.data() + ".TMP";
-    if (unique != 0) {
-        return number;
-    }
-    OpenMode mode;
-    mode.ownerOnly = true;
-    return FindOrCreate(FullPath(*name), mode) != nullptr ? number : 0;
+    *name = base + std::to_string(number) + ".TMP";
+    return unique != 0 || FindOrCreate(FullPath(*name), {}) != nullptr ? number : 0;
 }
 
 std::string MemoryFiles::LastErrorText() {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,12 +47,14 @@ class MemoryFiles final : public FileServices {
 
     // The files.
     void Put(const std::string& path, std::string_view bytes);
-    void Put(const std::string& path, const std::vector<std::uint8_t>& bytes);
+    void Put(const std::string& path, const std::vector<std::uint8_t>& bytes) {
+        Put(path, std::string(bytes.begin(), bytes.end()));
+    }
     void Remove(const std::string& path);
 
     // A second name of the file at `path`.
     void Link(const std::string& name, const std::string& path);
-    [[nodiscard]] bool Has(const std::string& path) const;
+    [[nodiscard]] bool Has(const std::string& path) const { return Find(path) != nullptr; }
 
     // Contents; empty when there is no such file.
     [[nodiscard]] std::string Bytes(const std::string& path) const;
@@ -65,21 +68,29 @@ class MemoryFiles final : public FileServices {
     std::function<void(const FileCallRecord&)> onCall;                 // before the call's work
 
     // Another program holds the file exclusively, or lets go of it.
-    void HoldElsewhere(const std::string& path);
-    void ReleaseElsewhere(const std::string& path);
+    void HoldElsewhere(const std::string& path) { Find(path)->heldExclusively = true; }
+    void ReleaseElsewhere(const std::string& path) { Find(path)->heldExclusively = false; }
 
     // Opening for creation below this directory fails with `error`, whatever the call.
-    void ForbidCreation(const std::string& directory, int error);
+    void ForbidCreation(const std::string& directory, int error) {
+        forbidden_[FullPath(directory) + "/"] = error;
+    }
 
     // The `count` calls from the `call`-th on fail with `error`.
-    void FailCall(std::size_t call, int error, std::size_t count = 1);
+    void FailCall(std::size_t call, int error, std::size_t count = 1) {
+        faults_.push_back({std::nullopt, call, count, error});
+    }
 
     // The same, counting only calls of one kind.
-    void FailCall(FileCall kind, std::size_t call, int error, std::size_t count = 1);
+    void FailCall(FileCall kind, std::size_t call, int error, std::size_t count = 1) {
+        faults_.push_back({kind, call, count, error});
+    }
 
     // The `call`-th call, when it is a read or a write, moves at most `size` bytes. A shortened
     // read looks like the end of the file; a shortened write fails with `error`.
-    void ShortenCall(std::size_t call, std::size_t size, int error);
+    void ShortenCall(std::size_t call, std::size_t size, int error) {
+        shortenings_[call] = {size, error};
+    }
     void ClearFaults();
 
     // What happened.
@@ -121,6 +132,7 @@ class MemoryFiles final : public FileServices {
         std::int64_t position = 0;
     };
     struct Fault {
+        std::optional<FileCall> kind;  // any when empty
         std::size_t first = 0;
         std::size_t count = 0;
         int error = 0;
@@ -132,8 +144,8 @@ class MemoryFiles final : public FileServices {
 
     bool Begin(FileCall kind, const std::string& path, std::size_t size = 0);
     bool Fail(int error);
-    Handle* Find(FileHandle file);
-    [[nodiscard]] std::shared_ptr<Node> FindExisting(const std::string& fullPath) const;
+    Handle* Begin(FileCall kind, FileHandle file, std::size_t size = 0);
+    [[nodiscard]] std::shared_ptr<Node> Find(const std::string& path) const;
     std::shared_ptr<Node> FindOrCreate(const std::string& fullPath, const OpenMode& mode);
     bool Hold(Node& node, FileSharing sharing);
     [[nodiscard]] std::int64_t Used() const;
@@ -144,11 +156,10 @@ class MemoryFiles final : public FileServices {
     std::map<FileHandle, Handle> handles_;
     std::map<std::string, int> forbidden_;
     std::vector<Fault> faults_;
-    std::map<FileCall, std::vector<Fault>> kindFaults_;
-    std::map<FileCall, std::size_t> kindCounts_;
+    std::map<FileCall, std::size_t> kindCounts_;  // also when a test clears `calls`
     std::map<std::size_t, Shortening> shortenings_;
     FileHandle nextHandle_ = 3;
-    unsigned nextUnique_ = 0x1A2B;
+    unsigned nextUnique_ = 1;
     int lastError_ = 0;
 };
 

@@ -8,26 +8,12 @@ constexpr int kNewestItem = 30003;
 
 }  // namespace
 
-RecordingDesktop::RecordingDesktop() : previous_(SetDesktop(this)) {}
-
-RecordingDesktop::~RecordingDesktop() {
-    SetDesktop(previous_);
-}
-
 std::vector<std::string> RecordingDesktop::BoxTexts() const {
     std::vector<std::string> texts;
     for (const ShownBox& box : boxes) {
         texts.push_back(box.text);
     }
     return texts;
-}
-
-bool RecordingDesktop::IsWindow(WindowHandle window) {
-    return window == kDesktop || liveWindows.count(window) != 0;
-}
-
-void RecordingDesktop::SetWindowTitle(WindowHandle window, const std::string& title) {
-    titles.push_back({window, title});
 }
 
 void RecordingDesktop::CreateStatusDialog(WindowHandle parent, const std::string& caption,
@@ -47,11 +33,6 @@ void RecordingDesktop::SetItemText(int item, const std::string& text) {
     }
 }
 
-std::string RecordingDesktop::ItemText(int item, std::size_t limit) {
-    const auto found = items.find(item);
-    return found == items.end() ? std::string() : found->second.substr(0, limit);
-}
-
 void RecordingDesktop::MessageBox(WindowHandle owner, const std::string& text,
                                   const std::string& caption, BoxModality modality, BoxIcon icon) {
     boxes.push_back({owner, text, caption, modality, icon});
@@ -68,11 +49,6 @@ std::optional<OpenFileAnswer> RecordingDesktop::AskOpenFile(const OpenFileReques
     std::optional<OpenFileAnswer> answer = answers.front();
     answers.pop_front();
     return answer;
-}
-
-void RecordingDesktop::Shutdown() {
-    ++shutdowns;
-    statusUp_ = false;
 }
 
 }  // namespace mod2neu

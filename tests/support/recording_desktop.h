@@ -31,8 +31,8 @@ class RecordingDesktop final : public Desktop {
   public:
     static constexpr WindowHandle kDesktop = 65556;
 
-    RecordingDesktop();
-    ~RecordingDesktop() override;
+    RecordingDesktop() : previous_(SetDesktop(this)) {}
+    ~RecordingDesktop() override { SetDesktop(previous_); }
 
     // What the test decides.
     std::uint32_t versionWord = 10;
@@ -55,7 +55,6 @@ class RecordingDesktop final : public Desktop {
     std::string statusGroup;
     std::vector<std::pair<std::string, int>> progress;  // ("", -1) where it ended
     std::vector<std::string> outcomes;
-    int shutdowns = 0;
 
     // The user closes the status window.
     void CloseStatusDialog() { statusUp_ = false; }
@@ -65,15 +64,21 @@ class RecordingDesktop final : public Desktop {
 
     std::uint32_t VersionWord() override { return versionWord; }
     WindowHandle DesktopWindow() override { return kDesktop; }
-    bool IsWindow(WindowHandle window) override;
-    void SetWindowTitle(WindowHandle window, const std::string& title) override;
+    bool IsWindow(WindowHandle window) override {
+        return window == kDesktop || liveWindows.count(window) != 0;
+    }
+    void SetWindowTitle(WindowHandle window, const std::string& title) override {
+        titles.push_back({window, title});
+    }
     void SetActiveWindow(WindowHandle window) override { activated.push_back(window); }
     WindowHandle ActiveWindow() override { return activeWindow; }
     void CreateStatusDialog(WindowHandle parent, const std::string& caption,
                             const std::string& groupText) override;
     bool StatusDialogExists() override { return statusUp_; }
     void SetItemText(int item, const std::string& text) override;
-    std::string ItemText(int item, std::size_t limit) override;
+    std::string ItemText(int item, std::size_t limit) override {
+        return items[item].substr(0, limit);
+    }
     void MessageBox(WindowHandle owner, const std::string& text, const std::string& caption,
                     BoxModality modality, BoxIcon icon) override;
     std::optional<OpenFileAnswer> AskOpenFile(const OpenFileRequest& request) override;
@@ -83,7 +88,7 @@ class RecordingDesktop final : public Desktop {
     }
     void EndProgress() override { progress.emplace_back("", -1); }
     void ShowOutcome(const std::string& line) override { outcomes.push_back(line); }
-    void Shutdown() override;
+    void Shutdown() override { statusUp_ = false; }
 
   private:
     Desktop* previous_;

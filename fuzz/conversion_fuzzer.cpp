@@ -9,9 +9,11 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "database/block_format.h"
 #include "database/catalogue.h"
 #include "database/close.h"
 #include "database/database_file.h"
+#include "database/engine_memory.h"
 #include "database/settings.h"
 #include "model_mutator.h"
 #include "neutral/conversion.h"
@@ -32,7 +34,15 @@ constexpr std::size_t kStampOffset = 456;
 // of the same.
 constexpr std::size_t kMostText = std::size_t{1} << 20;
 
-struct TextLimitReached {};
+// A list that is sorted in the database and stands for every ID fills 25 MB of it.
+constexpr int kMostScratchWrites = 2000;
+
+struct LimitReached {};
+
+// Leaves the engine its buffers but no memory for ID lists, which then go through the database.
+bool RefuseListMemory(std::size_t bytes) {
+    return bytes >= kBlockSize;
+}
 
 void Require(bool condition, const char* what) {
     if (!condition) {
@@ -62,12 +72,13 @@ std::int32_t Digits(std::uint8_t choice) {
 }
 
 // A model that cannot be opened may leave its working copy behind.
-void Convert(const MemoryFiles& files, std::int32_t digits) {
+void Convert(const MemoryFiles& files, std::int32_t digits, bool listsInDatabase) {
     CurrentSession().ModelFileName = kModel;
     CreateStatusWindow();
     LoadEntityTypeNames();
     DeclareCatalogue();
     if (OpenDatabase()) {
+        SetAllocationGate(listsInDatabase ? RefuseListMemory : nullptr);
         ConvertToNeutral(9, "/models/wing.neu", digits);
         Require(CloseModelSession(), "a database that was opened can be closed");
         Require(files.Paths().size() == 2 && !files.Has("/temp/wing.scr"),
@@ -80,28 +91,33 @@ void Run(std::string_view model) {
     const RecordingDesktop desktop;
     files.Put(kModel, model);
     std::size_t text = 0;
+    int scratchWrites = 0;
     files.onCall = [&](const FileCallRecord& call) {
         if (call.kind == FileCall::kWrite && call.path.ends_with(".neu")) {
             text += call.size;
-            if (text > kMostText) {
-                throw TextLimitReached();
-            }
+        } else if (call.kind == FileCall::kWrite) {
+            ++scratchWrites;
+        }
+        if (text > kMostText || scratchWrites > kMostScratchWrites) {
+            throw LimitReached();
         }
     };
     ResetProgram();
+    SetAllocationGate(nullptr);
     const bool hasStamp = model.size() >= kStampOffset + 2;
     const auto stampByte = [&](std::size_t i) {
         return static_cast<std::uint8_t>(hasStamp ? model[kStampOffset + i] : 0);
     };
     Configure(stampByte(0));
     try {
-        Convert(files, Digits(stampByte(1)));
+        Convert(files, Digits(stampByte(1)), stampByte(0) % 8 >= 4);
         Require(files.OpenHandles() == 0, "no file is left open");
-    } catch (const TextLimitReached&) {
+    } catch (const LimitReached&) {
         files.onCall = nullptr;
         CloseNeutralStream();
     }
     Require(files.Bytes(kModel) == model, "the model is what it was");
+    SetAllocationGate(nullptr);
     ResetProgram();
 }
 

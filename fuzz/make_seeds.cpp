@@ -29,6 +29,8 @@ bool WriteSeeds(const std::string& directory) {
         good &= Write(path + "_noise",
                       RichModel({.parts = part, .noise = part}).FreeBlocks(2).Shuffle(part));
     }
+    good &= Write(directory + "/lists_in_database",
+                  RichModel({.parts = mod2neu::kIdListPart}).FreeBlocks(6).Header(456, {5, 0}));
     good &= Write(directory + "/whole", RichModel());
     good &= Write(directory + "/whole_shuffled", RichModel().FreeBlocks(3).Shuffle(1));
     good &= Write(directory + "/two_runs",

@@ -50,7 +50,8 @@ class ListMembers {
     }
 
     [[nodiscard]] bool Add(IdSpan span) {
-        return ranges_.Add(span) || (MoveToSet() && ranges_.Add(span));
+        return ranges_.Add(span) ||
+               (MoveToSet() && SetFlagRange(setType_, setDatabase_, span.first, span.last));
     }
 
     // Adds to the set what is in memory.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "database/engine_memory.h"
+
 namespace mod2neu {
 
 namespace {
@@ -22,6 +24,10 @@ bool IdRanges::Add(IdSpan span) try {
         return true;
     }
     if (spans_.size() == kMostSpans && !MakeRoom()) {
+        return false;
+    }
+    if (spans_.size() == spans_.capacity() &&
+        !AllocationAllowed((spans_.size() + 1) * sizeof(IdSpan))) {
         return false;
     }
     spans_.push_back(span);

@@ -188,18 +188,21 @@ void EndBlock() {
     EndLine();
 }
 
-char* AppendRealField(char* out, double value) {
-    const std::int32_t width = context->realWidth;
-    const std::int32_t digits = context->realDigits;
-    char* end = nullptr;
-    if (width == realPlan.width && digits == realPlan.digits) [[likely]] {
-        end = AppendShortReal(out, value, realPlan);
-    }
-    if (end == nullptr) [[unlikely]] {
-        end = AppendReal(out, value, width, digits);
-    }
+// Out of line, so that the common case keeps its registers.
+[[gnu::noinline]] char* AppendOtherRealField(char* out, double value) {
+    char* end = AppendReal(out, value, context->realWidth, context->realDigits);
     *end = ',';
     return end + 1;
+}
+
+char* AppendRealField(char* out, double value) {
+    if (context->realWidth == realPlan.width && context->realDigits == realPlan.digits) [[likely]] {
+        if (char* end = AppendShortReal(out, value, realPlan)) [[likely]] {
+            *end = ',';
+            return end + 1;
+        }
+    }
+    return AppendOtherRealField(out, value);
 }
 
 void PutString(std::string_view text) {

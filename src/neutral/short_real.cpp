@@ -1,5 +1,7 @@
 #include "neutral/short_real.h"
 
+#include <algorithm>
+
 #include "neutral/real_notation.h"
 
 namespace mod2neu {
@@ -28,13 +30,36 @@ constexpr std::uint64_t ExactFactor(int power, int shift) {
     return factor << shift;
 }
 
+constexpr std::uint64_t kAll = ~std::uint64_t{0};
+constexpr std::uint64_t kFirstCharacter = std::uint64_t{0xFF} << 56;
+constexpr std::uint64_t kPoint = std::uint64_t{'.'} << 56;
+constexpr std::uint64_t kZeroPointZeros = 0x30'2E'303030303030;
+
+// Digits up to the point in the first word, the point and the others in the second.
+constexpr void SetWords(RealRow& row, int wholeDigits) {
+    row.headMask = kAll;
+    row.headText = kAsciiZeros;
+    row.tailMask = ~kFirstCharacter;
+    row.tailText = kPoint;
+    row.tail = static_cast<std::uint8_t>(wholeDigits);
+    row.tailShift = static_cast<std::uint8_t>(8 * (wholeDigits - 1));
+    row.longest = 9;
+    row.least = static_cast<std::uint8_t>(wholeDigits + 1);
+}
+
+// "0." and zeros in the first word, the digits in the second.
+constexpr void SetFractionWords(RealRow& row, int zeros) {
+    row.headText = kZeroPointZeros;
+    row.tailMask = kAll;
+    row.tail = static_cast<std::uint8_t>(2 + zeros);
+    row.longest = static_cast<std::uint8_t>(10 + zeros);
+}
+
 constexpr RealRow ZeroRow() {
     RealRow row;
     row.factor = 0;
     row.limit = 1;
-    row.tail = 1;
-    row.least = 2;
-    row.longest = 9;
+    SetWords(row, 1);
     return row;
 }
 
@@ -73,11 +98,11 @@ constexpr RealRow MakeRow(const RealRange& range, int width, std::int32_t digitS
     }
     row.justify = static_cast<std::uint8_t>(8 * (kMostDigits - digits));
     row.sign = static_cast<std::uint8_t>(range.negative);
-    row.fraction = static_cast<std::uint8_t>(logarithm < 0);
-    row.tail = static_cast<std::uint8_t>(logarithm < 0 ? 1 - logarithm : 1 + logarithm);
-    row.tailShift = static_cast<std::uint8_t>(logarithm < 0 ? 0 : 8 * logarithm);
-    row.longest = static_cast<std::uint8_t>(logarithm < 0 ? 9 - logarithm : 9);
-    row.least = static_cast<std::uint8_t>(logarithm < 0 ? 0 : 2 + logarithm);
+    if (logarithm < 0) {
+        SetFractionWords(row, -logarithm - 1);
+    } else {
+        SetWords(row, logarithm + 1);
+    }
     return row;
 }
 
@@ -102,16 +127,27 @@ constexpr std::uint64_t FindChange(std::uint64_t low) {
     return low;
 }
 
+constexpr std::size_t BinadeOf(std::size_t exponent) {
+    return std::clamp(exponent, kFirstBinade, kFirstBinade + kBinades - 1) - kFirstBinade;
+}
+
 constexpr RealPlan BuildPlan(std::int32_t width, std::int32_t digits) {
     RealPlan plan{width, digits, {}, {}};
     const int room = EffectiveWidth(width);
-    for (std::size_t i = 0; i < kBinades; ++i) {
-        const std::uint64_t low = (kFirstBinade + i) << 52;
-        plan.second[i] = FindChange(low);
-        for (const bool negative : {false, true}) {
-            RealRow* rows = &plan.rows[2 * i + (negative ? 2 * kBinades : 0)];
+    constexpr std::size_t kExponents = plan.firstRow.size() / 2;
+    for (const bool negative : {false, true}) {
+        const std::size_t base = negative ? 2 * kBinades : 0;
+        for (std::size_t i = 0; i < kBinades; ++i) {
+            const std::uint64_t low = (kFirstBinade + i) << 52;
+            const std::uint64_t change = FindChange(low);
+            RealRow* rows = &plan.rows[base + 2 * i];
             rows[0] = MakeRow({std::bit_cast<double>(low), negative}, room, digits);
-            rows[1] = MakeRow({std::bit_cast<double>(plan.second[i]), negative}, room, digits);
+            rows[1] = MakeRow({std::bit_cast<double>(change), negative}, room, digits);
+            rows[0].end = change | (negative ? kSignBit : 0);
+        }
+        for (std::size_t exponent = 0; exponent < kExponents; ++exponent) {
+            plan.firstRow[(negative ? kExponents : 0) + exponent] =
+                static_cast<std::uint16_t>(base + 2 * BinadeOf(exponent));
         }
     }
     return plan;

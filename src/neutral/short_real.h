@@ -21,30 +21,33 @@ namespace mod2neu {
 
 // How the numbers of one row are written. `factor` is such that bits 96 and up of its product with
 // the left-aligned mantissa are R.
-struct RealRow {
+struct alignas(64) RealRow {
     std::uint64_t factor = ~std::uint64_t{0};
+    std::uint64_t end = 0;       // as bits, the first number that takes the next row
+    std::uint64_t headMask = 0;  // what the first of two words takes from the digit word,
+    std::uint64_t headText = 0;  // and what else it holds
+    std::uint64_t tailMask = 0;  // the same of the second,
+    std::uint64_t tailText = 0;
     std::uint32_t limit = 0;     // R from here on is not for this row
     std::uint8_t justify = 0;    // bits by which the digit word is moved to its first digit
     std::uint8_t sign = 0;       // characters of the sign
-    std::uint8_t fraction = 0;   // 1 when the text starts with "0." and zeros
-    std::uint8_t tail = 0;       // where the second of two words is stored
-    std::uint8_t tailShift = 0;  // bits of the digit word in front of the tail
+    std::uint8_t tail = 0;       // where the second word is stored
+    std::uint8_t tailShift = 0;  // bits of the digit word in front of the second word
     std::uint8_t longest = 0;    // length of the text with all zeros at its end, without a sign,
     std::uint8_t least = 0;      // and with none
 };
 
 // Binary exponents, as doubles hold them, that have rows of their own: from below kSmallestReal to
 // above 10^8. All others count as the outermost ones.
-constexpr int kFirstBinade = 1023 - 51;
+constexpr std::size_t kFirstBinade = 1023 - 51;
 constexpr std::size_t kBinades = 80;
 
 // Rows for one pair of width and digit count.
 struct RealPlan {
     std::int32_t width;
     std::int32_t digits;
-    // The smallest magnitude of each binade, as bits, that takes the second of its rows.
-    std::array<std::uint64_t, kBinades> second;
-    // By binade, twofold; first those of positive numbers.
+    // By sign and exponent, the first of the two rows between which a number's bits decide.
+    std::array<std::uint16_t, 4096> firstRow;
     std::array<RealRow, 4 * kBinades> rows;
 };
 
@@ -55,14 +58,8 @@ constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
 inline char* AppendShortReal(char* out, double value, const RealPlan& plan) {
     constexpr int kMantissaBits = 52;
     const auto bits = std::bit_cast<std::uint64_t>(value);
-    const std::uint64_t magnitude = bits & ~kSignBit;
-    int binade = static_cast<int>(magnitude >> kMantissaBits) - kFirstBinade;
-    binade = binade < 0 ? 0 : binade;
-    constexpr int kLast = static_cast<int>(kBinades) - 1;
-    binade = binade < kLast ? binade : kLast;
-    const auto index = static_cast<std::size_t>(binade);
-    const RealRow& row = plan.rows[(bits >> 63) * (2 * kBinades) + 2 * index +
-                                   (magnitude >= plan.second[index] ? 1 : 0)];
+    const RealRow* pair = &plan.rows[plan.firstRow[bits >> kMantissaBits]];
+    const RealRow& row = pair[bits >= pair->end ? 1 : 0];
 
     __extension__ using Product = unsigned __int128;
     const Product product = Product{kSignBit | (bits << 11)} * row.factor;
@@ -78,14 +75,9 @@ inline char* AppendShortReal(char* out, double value, const RealPlan& plan) {
     }
 
     const DigitWord digits = EightDigits(number) << row.justify;
-    const std::uint64_t text = digits | kAsciiZeros;
-    const std::uint64_t fraction = std::uint64_t{0} - row.fraction;
-    constexpr std::uint64_t kZeroPointZeros = 0x30'2E'303030303030;
-    constexpr std::uint64_t kFirst = std::uint64_t{0xFF} << 56;
-    constexpr std::uint64_t kPoint = std::uint64_t{'.'} << 56;
-    const std::uint64_t head = fraction != 0 ? kZeroPointZeros : text;
+    const std::uint64_t head = (digits & row.headMask) | row.headText;
     const std::uint64_t tail =
-        ((text << row.tailShift) & (fraction | ~kFirst)) | (kPoint & ~fraction);
+        (((digits | kAsciiZeros) << row.tailShift) & row.tailMask) | row.tailText;
     *out = '-';
     out += row.sign;
     StoreText(out, head);

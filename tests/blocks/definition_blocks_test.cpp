@@ -143,14 +143,15 @@ TEST_F(DefinitionBlocksTest, OutputDataIsStoredUnderTheKeyOfItsVector) {
     const Lines none = {"-1,0.,"};
     Lines expected = vector(2, 3, 700) + first + vector(2, 4, 3) + second;
     expected += vector(2, 9000, 700) + first;
-    expected += vector(6, 1, 4) + none + vector(6, 2, 0) + none + vector(6, 3, -1) + none;
+    expected += vector(6, 1, 4) + none + vector(6, 2, 0) + none + vector(6, 3, -1) + none +
+                vector(6, 4, 65536 + 3) + none;
     for (int id = 10; id < 20; ++id) {
         expected += vector(6, id, 3) + second;
     }
     vector(7, 1, 700);  // of no set
     ExpectBlock(451, expected);
     ExpectCount(3, "Output Set");
-    ExpectCount(16, "Output Vector");
+    ExpectCount(17, "Output Vector");
 }
 
 TEST_F(DefinitionBlocksTest, GroupsBringRulesAndLists) {

@@ -131,6 +131,7 @@ TEST_F(ModelBlocksTest, ConstraintSetsBringTheirFiveLists) {
             }
         }
         Put({19, 24}, set, 41, "", "i20=259");
+        Put({19, 24}, set, 42, "", "i20=65540");
         expected += byKind[0] + end + byKind[1] + end + byKind[2] + end;
         expected +=
             Put({20, 920}, set, 6, "id u910 i912 / =2 / i572 m843 d24 / i720 m880 d320 /",

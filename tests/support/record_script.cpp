@@ -178,7 +178,8 @@ class RecordMaker {
         if (const auto fixed = given_.find(field.offset); fixed != given_.end()) {
             text = fixed->second;
         } else {
-            text = field.kind == 'd' || field.kind == 'f' ? AnyReal() : AnyInteger(field);
+            text =
+                field.kind == 'd' || field.kind == 'f' ? AnyReal(field.width) : AnyInteger(field);
             Store(field, text);
         }
         const bool isFlag = field.kind == 'b';
@@ -209,18 +210,20 @@ class RecordMaker {
         return std::to_string(values[random_() % std::size(values)]);
     }
 
-    // A multiple of one half of up to eight digits, which both widths of reals hold exactly.
-    std::string AnyReal() {
+    // Up to eight digits: tenths, whose lowest byte is rarely zero and so ends no text that stands
+    // before it, or halves where four bytes must hold them exactly.
+    std::string AnyReal(std::size_t width) {
         if (random_() % 16 == 0) {
             return "0.";
         }
-        const std::size_t halves = 1 + random_() % 16'000'000;
-        const char* fraction = halves % 2 == 1 ? ".5" : ".";
-        return (random_() % 2 == 0 ? "-" : "") + std::to_string(halves / 2) + fraction;
+        const std::size_t tenths =
+            width == 8 ? 1 + random_() % 99'999'999 : 5 * (1 + random_() % 16'000'000);
+        const std::string fraction = tenths % 10 == 0 ? "" : std::to_string(tenths % 10);
+        return (random_() % 2 == 0 ? "-" : "") + std::to_string(tenths / 10) + "." + fraction;
     }
 
     std::size_t AnyTextLength(std::size_t width) {
-        const std::size_t choice = random_() % 6;
+        const std::size_t choice = random_() % 4;
         return choice == 0 ? 0 : choice == 1 ? width : 1 + random_() % (width - 1);
     }
 

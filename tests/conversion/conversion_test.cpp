@@ -22,13 +22,6 @@ class DriverTest : public ConversionTest {
         return desktop_.BoxTexts();
     }
 
-    // Several output buffers full.
-    void PutManyMaterials() {
-        for (int id = 1; id <= 600; ++id) {
-            Put({10, 1960}, id, "d312*200/10");
-        }
-    }
-
     // The n-th call of `kind` on the Neutral file fails.
     void FailNeutralCall(FileCall kind, int n, int error) {
         files_.onCall = [this, kind, n, error, seen = 0](const FileCallRecord& call) mutable {
@@ -75,28 +68,15 @@ TEST_F(DriverTest, BlocksAndReportsComeInOrder) {
     EXPECT_EQ(numbers, (std::vector<int>{100, 405, 475, 410, 413, 570, 571, 572, 573,
                                          601, 402, 403, 404, 615, 514, 506, 507, 408,
                                          409, 411, 420, 521, 412, 540, 540, 450, 451}));
+    // clang-format off
+    constexpr const char* kNames[] = {
+        "Coordinate System", "Text", "Variable", "Layer", "Point", "Curve", "Surface",
+        "Solid/Volume", "Material", "Property", "Node", "Element", "Contact Segment",
+        "Constraint Set", "Load Set", "Group", "View", "Output Format", "Function",
+        "Output Set", "Output Vector"};
+    // clang-format on
     Lines reports;
-    for (const char* name : {"Coordinate System",
-                             "Text",
-                             "Variable",
-                             "Layer",
-                             "Point",
-                             "Curve",
-                             "Surface",
-                             "Solid/Volume",
-                             "Material",
-                             "Property",
-                             "Node",
-                             "Element",
-                             "Contact Segment",
-                             "Constraint Set",
-                             "Load Set",
-                             "Group",
-                             "View",
-                             "Output Format",
-                             "Function",
-                             "Output Set",
-                             "Output Vector"}) {
+    for (const char* name : kNames) {
         reports.push_back(Cat("0 ", name, "(s) Translated."));
     }
     Lines shown = desktop_.statusLines;
@@ -142,7 +122,9 @@ TEST_F(DriverTest, NeutralFileThatCannotBeCreatedEndsTheConversion) {
 }
 
 TEST_F(DriverTest, EveryFailedWriteLeavesATruePrefix) {
-    PutManyMaterials();
+    for (int id = 1; id <= 600; ++id) {  // several output buffers full
+        Put({10, 1960}, id, "d312*200/10");
+    }
     const std::string whole = Convert();
     const auto isWrite = [](const FileCallRecord& call) {
         return call.kind == FileCall::kWrite && call.path == kNeutralPath;

@@ -34,7 +34,7 @@ class Record {
     // Without the check against the record's size; for layouts, which have been checked whole.
     template <Field field>
     [[nodiscard]] auto ReadField(int index) const {
-        const std::uint8_t* at = bytes_ + field.offset + index * field.width;
+        const std::uint8_t* at = bytes_ + field.offset + std::ptrdiff_t{index} * field.width;
         if constexpr (field.kind == FieldKind::kF64) {
             return ReadLittleEndian<double>(at);
         } else if constexpr (field.kind == FieldKind::kF32) {

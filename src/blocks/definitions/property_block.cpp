@@ -68,7 +68,7 @@ bool ReadLaminatePlies(std::int32_t laminateId, std::vector<Ply>& plies) try {
     std::int32_t remaining = Record<kLaminate>(1, bytes).Value<kPlyTotal>();
     for (std::int32_t number = 2; remaining > 0 && bytes != nullptr; ++number) {
         for (int i = 0; i < std::min(remaining, kPliesPerRecord); ++i) {
-            plies.push_back(PlyAt(bytes + kFirstPly + i * kPlySize));
+            plies.push_back(PlyAt(bytes + kFirstPly + std::ptrdiff_t{i} * kPlySize));
         }
         remaining -= kPliesPerRecord;
         bytes = remaining > 0 ? ViewRecord(kLaminate, laminateId, number) : nullptr;

@@ -114,7 +114,8 @@ bool ListToFlags(EntityType geometry, std::int32_t id, ListMembers& members) {
             index = 1;
         }
         for (; index < entriesPerChunk; ++index) {
-            const auto entry = ReadLittleEndian<std::int32_t>(chunk.data() + index * kEntrySize);
+            const auto entry =
+                ReadLittleEndian<std::int32_t>(chunk.data() + std::ptrdiff_t{index} * kEntrySize);
             if (!AddEntry(entry, previous, members)) {
                 return false;
             }

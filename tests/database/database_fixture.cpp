@@ -1,12 +1,14 @@
 #include "database/database_fixture.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "database/block_allocation.h"
 #include "database/block_cache.h"
 #include "database/database_file.h"
 #include "database/engine_memory.h"
 #include "database/record_access.h"
+#include "database/settings.h"
 #include "shell/messages.h"
 #include "shell/session.h"
 
@@ -14,28 +16,13 @@ namespace mod2neu {
 
 namespace {
 
-constexpr std::size_t kWalkLimit = 2'000'000;
-
-DatabaseSettings SettingsFor(int buffers, int blocksPerBuffer) {
-    DatabaseSettings settings;
-    if (buffers > 0) {
-        settings.MinBuffers = buffers;
-        settings.MaxBuffers = buffers;
-    }
-    settings.BlocksPerBuffer = blocksPerBuffer;
-    return settings;
-}
+constexpr std::size_t kWalkLimit = 200'000;
 
 }  // namespace
 
-DatabaseTest::DatabaseTest() {
-    Restart();
-}
-
 DatabaseTest::~DatabaseTest() {
-    if (!modelBytes_.empty()) {
-        EXPECT_TRUE(files.Bytes(kModel) == modelBytes_) << "the model file was changed";
-    }
+    EXPECT_TRUE(modelBytes_.empty() || files.Bytes(kModel) == modelBytes_)
+        << "the model file was changed";
     SetAllocationGate(nullptr);
     SetFatalHandler(nullptr);
     Restart();
@@ -51,18 +38,26 @@ void DatabaseTest::Restart() {
     DeclareCatalogue();
 }
 
+void DatabaseTest::SetCache(int minBuffers, int maxBuffers, int blocksPerBuffer) {
+    DatabaseSettings settings;
+    settings.MinBuffers = minBuffers;
+    settings.MaxBuffers = maxBuffers;
+    settings.BlocksPerBuffer = blocksPerBuffer;
+    SetDatabaseSettings(settings);
+}
+
 void DatabaseTest::Open(const ModelImage& image, int buffers, int blocksPerBuffer) {
     Restart();
     files.Put(kModel, image.bytes);
     modelBytes_ = files.Bytes(kModel);
-    SetDatabaseSettings(SettingsFor(buffers, blocksPerBuffer));
+    SetCache(buffers > 0 ? buffers : 25, buffers > 0 ? buffers : 250, blocksPerBuffer);
     ASSERT_TRUE(OpenDatabase());
 }
 
 void DatabaseTest::Create(int buffers, int blocksPerBuffer) {
     Restart();
     modelBytes_.clear();
-    SetDatabaseSettings(SettingsFor(buffers, blocksPerBuffer));
+    SetCache(buffers > 0 ? buffers : 25, buffers > 0 ? buffers : 250, blocksPerBuffer);
     ASSERT_TRUE(CreateDatabase(6.0));
 }
 
@@ -74,8 +69,19 @@ ModelImage DatabaseTest::Flushed() {
     return image;
 }
 
-std::vector<std::int32_t> DatabaseTest::Walk(EntityType type, std::int32_t database) {
-    std::vector<std::int32_t> ids;
+ModelReader DatabaseTest::Stored(bool damaged) {
+    std::array<int, 112> sizes{};
+    for (std::size_t type = 0; type < sizes.size(); ++type) {
+        sizes.at(type) = CatalogueRecordSize(static_cast<int>(type));
+    }
+    ModelReader reader(Flushed().bytes, sizes);
+    EXPECT_TRUE(damaged || reader.Complaints().empty())
+        << testing::PrintToString(reader.Complaints());
+    return reader;
+}
+
+Ids DatabaseTest::Walk(EntityType type, std::int32_t database) {
+    Ids ids;
     std::vector<std::uint8_t> record(kRecordAreaSize);
     for (std::int32_t id = NextRecordId(type, database, 1, SeekMode::kAtOrAfter);
          id <= kHighestId && ids.size() < kWalkLimit;
@@ -88,8 +94,8 @@ std::vector<std::int32_t> DatabaseTest::Walk(EntityType type, std::int32_t datab
     return ids;
 }
 
-std::vector<std::int32_t> DatabaseTest::WalkRecords(EntityType type, std::int32_t database) {
-    std::vector<std::int32_t> ids;
+Ids DatabaseTest::WalkRecords(EntityType type, std::int32_t database) {
+    Ids ids;
     RecordWalk walk(type, database);
     while (walk.Next() != nullptr && ids.size() < kWalkLimit) {
         EXPECT_TRUE(ids.empty() || walk.Id() > ids.back());
@@ -99,15 +105,35 @@ std::vector<std::int32_t> DatabaseTest::WalkRecords(EntityType type, std::int32_
     return ids;
 }
 
-std::vector<std::string> DatabaseTest::TakeBoxes() {
-    std::vector<std::string> texts;
+void DatabaseTest::Put(EntityType type, std::int32_t database, std::int32_t id) {
+    ASSERT_TRUE(PutRecord(type, database, id, TaggedRecord(type, database, id).data())) << id;
+}
+
+bool DatabaseTest::Has(EntityType type, std::int32_t database, std::int32_t id) {
+    const std::uint8_t* record = ViewRecord(type, database, id);
+    const auto expected = TaggedRecord(type, database, id);
+    return record != nullptr && std::equal(expected.begin(), expected.end(), record);
+}
+
+Texts DatabaseTest::TakeBoxes() {
+    Texts texts = desktop.BoxTexts();
     for (const ShownBox& box : desktop.boxes) {
         EXPECT_EQ(box.icon, BoxIcon::kStop);
         EXPECT_EQ(box.modality, BoxModality::kTask);
-        texts.push_back(box.text);
     }
     desktop.boxes.clear();
     return texts;
+}
+
+Ids Range(std::int32_t first, std::int32_t last) {
+    Ids ids(static_cast<std::size_t>(last - first + 1));
+    std::iota(ids.begin(), ids.end(), first);
+    return ids;
+}
+
+Ids operator+(Ids first, const Ids& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
 std::vector<std::uint8_t> TaggedRecord(int type, std::int32_t database, std::int32_t id,
@@ -115,6 +141,14 @@ std::vector<std::uint8_t> TaggedRecord(int type, std::int32_t database, std::int
     const auto seed = static_cast<unsigned>(type) * 7919U + static_cast<unsigned>(database) * 31U +
                       static_cast<unsigned>(id) * 104729U + version * 1299709U;
     return RecordImage(static_cast<std::size_t>(CatalogueRecordSize(type)), seed).Bytes();
+}
+
+ModelBuilder TaggedModel(EntityType type, const Ids& ids) {
+    ModelBuilder builder;
+    for (const std::int32_t id : ids) {
+        builder.Add(type, 1, id, TaggedRecord(type, 1, id));
+    }
+    return builder;
 }
 
 }  // namespace mod2neu

@@ -4,16 +4,19 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "database/catalogue.h"
 #include "database/settings.h"
 #include "support/memory_files.h"
 #include "support/model_builder.h"
+#include "support/model_reader.h"
 #include "support/recording_desktop.h"
 
 namespace mod2neu {
+
+using Ids = std::vector<std::int32_t>;
+using Texts = std::vector<std::string>;
 
 // A model in memory and the engine on it. Every test starts with nothing open.
 class DatabaseTest : public ::testing::Test {
@@ -21,11 +24,11 @@ class DatabaseTest : public ::testing::Test {
     static constexpr const char* kModel = "/models/wing.MOD";
     static constexpr const char* kScratch = "/temp/wing.scr";
 
-    DatabaseTest();
+    DatabaseTest() { Restart(); }
     ~DatabaseTest() override;
 
     // Forgets whatever is open, with its messages and declarations, as a new process would.
-    void Restart();
+    static void Restart();
 
     // Puts the image there and opens it; buffers 0 leaves the default cache. A test that opens a
     // model also finds it unchanged at its end.
@@ -34,16 +37,24 @@ class DatabaseTest : public ::testing::Test {
     // Opens a new model without a block, in place.
     void Create(int buffers = 0, int blocksPerBuffer = 20);
 
-    // Writes everything to the working file, leaving the database open, and returns its bytes.
+    static void SetCache(int minBuffers, int maxBuffers, int blocksPerBuffer);
+
+    // Writes everything to the working file, leaving the database open. The file must be sound,
+    // unless it is one that was `damaged` before.
+    ModelReader Stored(bool damaged = false);
     ModelImage Flushed();
 
     // IDs of the standard walk over a table, and of RecordWalk. Both must find the records that
     // their IDs say; a walk that does not ascend or does not end is a failure.
-    static std::vector<std::int32_t> Walk(EntityType type, std::int32_t database);
-    static std::vector<std::int32_t> WalkRecords(EntityType type, std::int32_t database);
+    static Ids Walk(EntityType type, std::int32_t database = 1);
+    static Ids WalkRecords(EntityType type, std::int32_t database = 1);
+
+    // Records that tell what they are.
+    static void Put(EntityType type, std::int32_t database, std::int32_t id);
+    static bool Has(EntityType type, std::int32_t database, std::int32_t id);
 
     // Texts of the boxes since the last call.
-    std::vector<std::string> TakeBoxes();
+    Texts TakeBoxes();
 
     MemoryFiles files;
     RecordingDesktop desktop;
@@ -52,8 +63,14 @@ class DatabaseTest : public ::testing::Test {
     std::string modelBytes_;
 };
 
+Ids Range(std::int32_t first, std::int32_t last);
+Ids operator+(Ids first, const Ids& second);
+
 // A record whose bytes tell what it is.
 std::vector<std::uint8_t> TaggedRecord(int type, std::int32_t database, std::int32_t id,
                                        unsigned version = 0);
+
+// A model with such records.
+ModelBuilder TaggedModel(EntityType type, const Ids& ids);
 
 }  // namespace mod2neu

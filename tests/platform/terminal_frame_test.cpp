@@ -13,7 +13,7 @@ namespace {
 TEST(TerminalText, NothingThatSteersATerminalPasses) {
     const std::vector<std::array<std::string, 3>> cases = {
         {"\033[31mred\a\n\r\t\x7f", "?[31mred?????", "?[31mred?????"},
-        {"Tr\u00e4ger \u2013 \u6a21", "Tr\u00e4ger \u2013 \u6a21", "Tr?ger ? ?"},
+        {"Tr\u00e4ger \u6a21", "Tr\u00e4ger \u6a21", "Tr?ger ?"},
         {"\u009b31m\u202etxt\u2029", "?31m?txt?", "?31m?txt?"},
         {"\xe4\xff", "??", "??"},                             // no UTF-8
         {"\xc0\xaf \xed\xa0\x80", "?? ???", "?? ???"},        // overlong, surrogate
@@ -28,8 +28,6 @@ TEST(TerminalText, NothingThatSteersATerminalPasses) {
 
 TEST(TerminalText, ColumnsAreCountedNotBytes) {
     EXPECT_EQ(6U, ColumnsOf("Tra\u0308ger"));
-    EXPECT_EQ(4U, ColumnsOf("\u6a21\u578b"));
-    EXPECT_EQ("Tr\u00e4g\u2026", CutToColumns("Tr\u00e4ger", 5, Charset::kUtf8));
     EXPECT_EQ("Tr\u00e4ger", CutToColumns("Tr\u00e4ger", 6, Charset::kUtf8));
     EXPECT_EQ("\u6a21\u2026", CutToColumns("\u6a21\u578b\u578b", 4, Charset::kUtf8));
     EXPECT_EQ("ab", CutToColumns("abcdefgh", 2, Charset::kAscii));
@@ -48,40 +46,28 @@ TEST(TerminalText, WrappingKeepsWordsAndLosesNoLetter) {
         std::erase(letters, ' ');
         EXPECT_EQ("abbcccc\u6a21\u578bddeffffffffffffg", letters) << columns;
     }
-    const std::vector<std::string> lines = {"one", "two"};
-    EXPECT_EQ(lines, LinesOf("one\n\r\ntwo\r\n \n"));
-}
-
-TEST(TerminalFrame, ProgressFitsTheScreen) {
-    const Screen wide{80, 24, Charset::kAscii};
-    EXPECT_EQ(ProgressText("Copying", 525, wide),
-              "Copying " + std::string(21, '#') + std::string(19, '.') + " 52 %");
-    EXPECT_EQ(ProgressText("Copying", 1000, wide), "Copying " + std::string(40, '#') + " 100 %");
-    EXPECT_EQ(ProgressText("Converting", 500, {20, 24, Charset::kAscii}), "Converting 50 %");
-    // 40 columns less the last one, the edges, the words and their blanks leave 17.
-    EXPECT_EQ(ProgressText("Converting", 500, {40, 24, Charset::kUtf8}),
-              "Converting ████████░░░░░░░░░ 50 %");
 }
 
 // The look in ASCII shows in a session of its own.
-TEST(TerminalFrame, FramesAsDrawnInUtf8) {
+TEST(TerminalFrame, IsDrawnInUtf8) {
     const Screen screen = {21, 24, Charset::kUtf8};
     const ScreenLines panel = {
         "Model Database to N…",  //
         "┌─ Status ─────────┐",  //
-        "│ first            │",  //
         "│ a line that is … │",  //
-        "└──────────────────┘",
+        "└─ 52 % ───────────┘",
     };
     EXPECT_EQ(panel, StatusPanel("Model Database to Neutral", "Status",
-                                 {"first", "a line that is too long for it"}, "", screen));
-    const ScreenLines list = {
-        "┌─ Open ───────┐",  //
-        "│ 1  a?.mod    │",  //
-        "│ and 2 more   │",  //
-        "└─ Enter: New ─┘",
-    };
+                                 {"a line that is too long for it"}, "52 %", screen));
+    const ScreenLines list = {"┌─ Open ───────┐", "│ 1  a?.mod    │", "│ and 2 more   │",
+                              "└─ Enter: New ─┘"};
     EXPECT_EQ(list, ListBox("Open", {"a\033.mod", "b", "c"}, 1, "Enter: New", screen));
+    EXPECT_EQ("Converting 50 %", ProgressText("Converting", 500, screen));
+    // 40 columns less the last one, the edges, the words and their blanks leave 17.
+    EXPECT_EQ("Converting ████████░░░░░░░░░ 50 %",
+              ProgressText("Converting", 500, {40, 24, Charset::kUtf8}));
+    EXPECT_EQ("Copying " + std::string(21, '#') + std::string(19, '.') + " 52 %",
+              ProgressText("Copying", 525, {80, 24, Charset::kAscii}));
 }
 
 // Every line of a frame is exactly as wide as the others and leaves the last column free.
@@ -91,11 +77,9 @@ TEST(TerminalFrame, FitsEveryWidth) {
         for (const Charset charset : {Charset::kAscii, Charset::kUtf8}) {
             const Screen screen = {columns, 24, charset};
             ScreenLines panel = StatusPanel(text, text, ScreenLines(4, text), text, screen);
-            EXPECT_EQ(7U, panel.size());
             panel.erase(panel.begin());
-            for (const ScreenLines& frame :
-                 {panel, TextBox(text, text, text, screen),
-                  ListBox("Open", {"a.mod", text}, 1, "Enter", screen)}) {
+            for (const ScreenLines& frame : {panel, TextBox(text, text, text, screen),
+                                             ListBox("Open", {text}, 1, "Enter", screen)}) {
                 for (const std::string& line : frame) {
                     EXPECT_EQ(ColumnsOf(frame.front()), ColumnsOf(line)) << columns;
                     EXPECT_TRUE(columns <= kMinFrameWidth || ColumnsOf(line) < columns) << columns;

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <chrono>
 #include <cmath>
-#include <limits>
 
+#include "shell/progress.h"
 #include "shell/session.h"
 #include "shell/status_window.h"
 #include "support/recording_desktop.h"
@@ -20,6 +20,7 @@ class MessageTests : public testing::Test {
         ResetSession();
         CurrentSession().MessageCaption = "TARNO";
         CurrentSession().ParentWindow = 77;
+        CreateStatusWindow();
     }
 
     RecordingDesktop desktop;
@@ -31,7 +32,7 @@ TEST_F(MessageTests, EveryMessageHasItsTextNumberAndFlags) {
     struct TextCase {
         MessageId id;
         int number;
-        std::array<MessageArgument, 3> arguments;
+        std::vector<MessageArgument> arguments;
         bool error;
         std::string text;
     };
@@ -49,7 +50,7 @@ TEST_F(MessageTests, EveryMessageHasItsTextNumberAndFlags) {
         {Id::kTranslated, 10068, {-7, "Coordinate System"}, false, "-7 Coordinate System(s) Translated."},
         {Id::kErrorsOccurred, 10088, {}, true, "Errors have Occurred. Check Message Window."},
         {Id::kOpening, 10177, {"100%s %ld%.MOD"}, false, "Opening File 100%s %ld%.MOD..."},
-        {Id::kVersion, 10299, {6.0, 5.1}, true, "Invalid Version 6 Model Database (5.1).\n\r\nIf this is an old model it must be converted, otherwise choose a different file."},
+        {Id::kVersion, 10299, {6.0, 5.126}, true, "Invalid Version 6 Model Database (5.13).\n\r\nIf this is an old model it must be converted, otherwise choose a different file."},
         {Id::kFileInUse, 10484, {"a.mod"}, true, "Unable to open file a.mod\n\r\nThis file is in use. Close the application that is using it and try again."},
         // clang-format on
     };
@@ -57,19 +58,17 @@ TEST_F(MessageTests, EveryMessageHasItsTextNumberAndFlags) {
         ResetMessages();
         CreateStatusWindow();
         desktop.boxes.clear();
-        ShowMessage(id, {arguments[0], arguments[1], arguments[2]});
+        const MessageArgument none = std::string_view();
+        const auto argument = [&](std::size_t i) {
+            return i < arguments.size() ? arguments[i] : none;
+        };
+        ShowMessage(id, {argument(0), argument(1), argument(2)});
         EXPECT_EQ(static_cast<int>(id), number);
         EXPECT_EQ(ErrorsOccurred(), error) << text;
         std::string line = text;
         std::erase_if(line, [](char c) { return c == '\n' || c == '\r'; });
         EXPECT_EQ(desktop.items[30003], line);
-        ASSERT_EQ(desktop.boxes.size(), error ? 1U : 0U) << text;
-        if (error) {
-            EXPECT_EQ(desktop.boxes[0].text, text);
-            EXPECT_EQ(desktop.boxes[0].icon, BoxIcon::kStop);
-            EXPECT_EQ(desktop.boxes[0].modality, BoxModality::kTask);
-            EXPECT_EQ(desktop.boxes[0].caption, "TARNO");
-        }
+        EXPECT_EQ(desktop.BoxTexts(), std::vector<std::string>(error ? 1 : 0, text));
     }
     ShowMessage(MSG_STATUS, MessageId::kOpening, {"a\tb\r\nc d"});
     EXPECT_EQ(desktop.items[30003], "Opening File abc d...");
@@ -78,63 +77,47 @@ TEST_F(MessageTests, EveryMessageHasItsTextNumberAndFlags) {
 TEST_F(MessageTests, FlagsDecideBoxModalityAndIcon) {
     struct FlagCase {
         std::uint32_t flags;
-        std::size_t boxes;
+        bool box = false;
         BoxIcon icon = BoxIcon::kNone;
     };
-    for (const auto& [flags, boxes, icon] : {
-             FlagCase{MSG_STATUS, 0},
-             FlagCase{MSG_INFO, 0},
-             FlagCase{MSG_ERROR, 0},
-             FlagCase{MSG_BOX, 1},
-             FlagCase{MSG_INFO | MSG_BOX, 1, BoxIcon::kInformation},
-             FlagCase{MSG_ERROR | MSG_SYSTEM_MODAL, 1, BoxIcon::kStop},
-             FlagCase{MSG_STATUS | MSG_SYSTEM_MODAL, 1},
+    for (const auto& [flags, box, icon] : {
+             FlagCase{MSG_STATUS},
+             FlagCase{MSG_INFO},
+             FlagCase{MSG_ERROR},
+             FlagCase{MSG_BOX, true},
+             FlagCase{MSG_INFO | MSG_BOX, true, BoxIcon::kInformation},
+             FlagCase{MSG_ERROR | MSG_SYSTEM_MODAL, true, BoxIcon::kStop},
          }) {
         ResetMessages();
         desktop.boxes.clear();
         ShowMessage(flags, MessageId::kStartupMemory);
         EXPECT_EQ(ErrorsOccurred(), (flags & MSG_ERROR) != 0) << flags;
-        ASSERT_EQ(desktop.boxes.size(), boxes) << flags;
-        if (boxes == 1) {
+        ASSERT_EQ(desktop.boxes.size(), box ? 1U : 0U) << flags;
+        if (box) {
             EXPECT_EQ(desktop.boxes[0].modality == BoxModality::kSystem,
                       (flags & MSG_SYSTEM_MODAL) != 0);
             EXPECT_EQ(desktop.boxes[0].icon, icon) << flags;
+            EXPECT_EQ(desktop.boxes[0].caption, "TARNO");
         }
     }
 }
 
-// A text of up to 160 characters stays whole in the box; the line never has more than 159.
+// A text of up to 160 characters stays whole in the box; the line never has more than 159. The
+// cut comes before the breaks go.
 TEST_F(MessageTests, LongTextsAreCut) {
-    CreateStatusWindow();
-    for (const std::size_t length : {158U, 159U, 160U, 161U, 5000U}) {
+    for (const std::size_t length : {159U, 160U, 161U, 5000U}) {
         const std::string path = std::string(length - 17, 'x') + "y";
         const std::string whole = "Opening File " + path + "...";
         ShowMessage(MSG_BOX, MessageId::kOpening, {path});
         EXPECT_EQ(desktop.boxes.back().text, length <= 160 ? whole : whole.substr(0, 159));
         EXPECT_EQ(desktop.items[30003], whole.substr(0, 159));
     }
-    // The cut comes before the breaks go.
     ShowMessage(MessageId::kFileInUse, {std::string(80, 'x')});
     EXPECT_EQ(desktop.boxes.back().text.size(), 159U);
     EXPECT_EQ(desktop.items[30003].size(), 156U);
 }
 
-TEST_F(MessageTests, VersionsHaveThreeSignificantDigits) {
-    const std::vector<std::pair<double, std::string>> cases = {
-        {std::nextafter(6.0, 7.0), "6"},
-        {5.126, "5.13"},
-        {1234.0, "1.23e+03"},
-        {-0.00001, "-1e-05"},
-        {std::numeric_limits<double>::infinity(), "inf"},
-    };
-    for (const auto& [value, text] : cases) {
-        ShowMessage(MessageId::kVersion, {6.0, value});
-        EXPECT_NE(desktop.boxes.back().text.find(" Database (" + text + ").\n"), std::string::npos);
-    }
-}
-
 TEST_F(MessageTests, BoxBelongsToTheActiveWindowAndComesBeforeTheLine) {
-    CreateStatusWindow();
     std::string lineDuringBox = "none";
     desktop.onBox = [&](const ShownBox&) { lineDuringBox = desktop.items[30003]; };
     ShowMessage(MessageId::kStartupMemory);
@@ -146,10 +129,6 @@ TEST_F(MessageTests, BoxBelongsToTheActiveWindowAndComesBeforeTheLine) {
 }
 
 TEST_F(MessageTests, WindowShowsTheLastFourLines) {
-    ShowMessage(MessageId::kOpening, {"before"});
-    EXPECT_TRUE(desktop.items.empty());
-
-    EXPECT_TRUE(CreateStatusWindow());
     EXPECT_EQ(desktop.statusParent, 77);
     EXPECT_EQ(desktop.statusCaption, "Model Database to Neutral File Conversion");
     EXPECT_EQ(desktop.statusGroup, "Status");
@@ -163,12 +142,35 @@ TEST_F(MessageTests, WindowShowsTheLastFourLines) {
     desktop.items[30001] = std::string(200, 'x');
     SetStatusText("new");
     EXPECT_EQ(desktop.items[30000], std::string(159, 'x'));
-
-    // A window that the user has closed drops lines but not boxes.
+    // A window that the user has closed, or that is not up yet, drops lines but not boxes.
     desktop.CloseStatusDialog();
     ShowMessage(MessageId::kStartupMemory);
-    EXPECT_EQ(desktop.boxes.size(), 1U);
+    ResetMessages();
+    ShowMessage(MessageId::kStartupMemory);
+    EXPECT_EQ(desktop.boxes.size(), 2U);
     EXPECT_EQ(desktop.items[30003], "new");
+}
+
+TEST_F(MessageTests, ProgressIsRedrawnSeldomAndNeverBeyondTheWhole) {
+    BeginProgress("Unwatched", 10);
+    EXPECT_FALSE(IsProgressShown());
+    desktop.watched = true;
+    BeginProgress("Nothing", 0);
+    EXPECT_FALSE(IsProgressShown());
+    BeginProgress("Converting", 1000);
+    const auto start = std::chrono::steady_clock::now();
+    const auto elapsed = [&] { return std::chrono::steady_clock::now() - start; };
+    while (desktop.progress.size() < 3) {
+        AddProgress(1);
+        ASSERT_LT(elapsed(), std::chrono::seconds(60));
+    }
+    EXPECT_GE(elapsed(), std::chrono::milliseconds(150)) << "20 redraws a second at most";
+    for (const auto& [activity, permille] : desktop.progress) {
+        EXPECT_EQ(activity, "Converting");
+        EXPECT_TRUE(permille > 0 && permille <= 1000) << permille;
+    }
+    EndProgress();
+    EXPECT_EQ(desktop.progress.back().second, -1);
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 // cache and the digits of reals, so that every input is a model file as it stands.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "database/block_format.h"
@@ -18,45 +16,26 @@
 #include "model_mutator.h"
 #include "neutral/conversion.h"
 #include "neutral/neutral_stream.h"
+#include "run_files.h"
 #include "shell/messages.h"
 #include "shell/session.h"
 #include "shell/status_window.h"
-#include "support/memory_files.h"
 #include "support/recording_desktop.h"
 
 namespace mod2neu {
 namespace {
-
-constexpr const char* kModel = "/models/wing.MOD";
-constexpr std::size_t kStampOffset = 456;
-
-// A few blocks may name one large table any number of times; what follows that much text is more
-// of the same.
-constexpr std::size_t kMostText = std::size_t{1} << 20;
-
-// A list that is sorted in the database and stands for every ID fills 25 MB of it.
-constexpr int kMostScratchWrites = 2000;
-
-struct LimitReached {};
 
 // Leaves the engine its buffers but no memory for ID lists, which then go through the database.
 bool RefuseListMemory(std::size_t bytes) {
     return bytes >= kBlockSize;
 }
 
-void Require(bool condition, const char* what) {
-    if (!condition) {
-        (void)std::fprintf(stderr, "A promise is broken: %s\n", what);
-        std::abort();
-    }
-}
-
 void Configure(std::uint8_t cache) {
     DatabaseSettings settings;
-    constexpr int kBlocksPerBuffer[] = {1, 7, 20, 3};
+    constexpr int kBlocksPerBuffer[] = {1, 7, 2, 3};
     settings.BlocksPerBuffer = kBlocksPerBuffer[cache % 4];
     settings.MinBuffers = 5;
-    settings.MaxBuffers = cache % 4 == 2 ? 250 : 5;
+    settings.MaxBuffers = cache % 4 == 2 ? 9 : 5;
     SetDatabaseSettings(settings);
 }
 
@@ -72,51 +51,35 @@ std::int32_t Digits(std::uint8_t choice) {
 }
 
 // A model that cannot be opened may leave its working copy behind.
-void Convert(const MemoryFiles& files, std::int32_t digits, bool listsInDatabase) {
-    CurrentSession().ModelFileName = kModel;
+void Convert(const RunFiles& files, std::int32_t digits, bool listsInDatabase) {
+    CurrentSession().ModelFileName = RunFiles::kModel;
     CreateStatusWindow();
     LoadEntityTypeNames();
     DeclareCatalogue();
     if (OpenDatabase()) {
         SetAllocationGate(listsInDatabase ? RefuseListMemory : nullptr);
-        ConvertToNeutral(9, "/models/wing.neu", digits);
+        ConvertToNeutral(9, RunFiles::kNeutral, digits);
         Require(CloseModelSession(), "a database that was opened can be closed");
-        Require(files.Paths().size() == 2 && !files.Has("/temp/wing.scr"),
-                "beside the model there is its Neutral file alone");
+        Require(files.OnlyNeutralFileIsNew(), "beside the model there is its Neutral file alone");
     }
 }
 
 void Run(std::string_view model) {
-    MemoryFiles files;
+    RunFiles files(model);
     const RecordingDesktop desktop;
-    files.Put(kModel, model);
-    std::size_t text = 0;
-    int scratchWrites = 0;
-    files.onCall = [&](const FileCallRecord& call) {
-        if (call.kind == FileCall::kWrite && call.path.ends_with(".neu")) {
-            text += call.size;
-        } else if (call.kind == FileCall::kWrite) {
-            ++scratchWrites;
-        }
-        if (text > kMostText || scratchWrites > kMostScratchWrites) {
-            throw LimitReached();
-        }
-    };
     ResetProgram();
     SetAllocationGate(nullptr);
-    const bool hasStamp = model.size() >= kStampOffset + 2;
+    const bool hasStamp = model.size() >= kHeaderGenerationStamp + 2;
     const auto stampByte = [&](std::size_t i) {
-        return static_cast<std::uint8_t>(hasStamp ? model[kStampOffset + i] : 0);
+        return static_cast<std::uint8_t>(hasStamp ? model[kHeaderGenerationStamp + i] : 0);
     };
     Configure(stampByte(0));
     try {
         Convert(files, Digits(stampByte(1)), stampByte(0) % 8 >= 4);
-        Require(files.OpenHandles() == 0, "no file is left open");
+        Require(files.NothingIsOpen(), "no file is left open");
     } catch (const LimitReached&) {
-        files.onCall = nullptr;
         CloseNeutralStream();
     }
-    Require(files.Bytes(kModel) == model, "the model is what it was");
     SetAllocationGate(nullptr);
     ResetProgram();
 }

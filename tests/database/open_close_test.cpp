@@ -1,6 +1,5 @@
 #include <cerrno>
 #include <cstring>
-#include <functional>
 
 #include "database/block_allocation.h"
 #include "database/block_cache.h"
@@ -18,8 +17,6 @@ namespace mod2neu {
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 const std::string kIoError = std::strerror(EIO);
 
 std::string InUse(const std::string& path) {
@@ -31,69 +28,79 @@ std::string NotOpened(const std::string& path, const std::string& reason) {
     return "Unable to Open File " + path + ": " + reason + ".";
 }
 
-ModelImage SmallModel() {
-    ModelBuilder builder;
-    for (std::int32_t id = 1; id <= 300; ++id) {
-        builder.Add(kNode, 1, id, TaggedRecord(kNode, 1, id));
-    }
-    for (std::int32_t id = 1; id <= 20; ++id) {
-        builder.Add(kMaterial, 1, id * 3, TaggedRecord(kMaterial, 1, id * 3));
-    }
-    return builder.Title("Small").FreeBlocks(2).NeverUsedBlocks(4).Garbage(9).Shuffle(4).Build();
-}
-
 struct ProcessEnded {};
 
 class OpenCloseTest : public DatabaseTest {
   protected:
     OpenCloseTest() {
         SetFatalHandler([] { throw ProcessEnded(); });
+        PutModel();
     }
 
-    // Opens without the expectation that it succeeds.
-    bool TryOpen(const ModelImage& image) {
+    void PutModel() { files.Put(kModel, model_); }
+
+    bool OpenAgain(const DatabaseSettings& settings = {}) {
         Restart();
-        files.Put(kModel, image.bytes);
+        SetDatabaseSettings(settings);
         return OpenDatabase();
     }
+
+    void ExpectRefused(const std::string& message) {
+        EXPECT_FALSE(OpenAgain());
+        EXPECT_EQ(TakeBoxes(), Texts{message});
+        EXPECT_EQ(files.OpenHandles(), 0U);
+    }
+
+    const std::vector<std::uint8_t> model_ =
+        TaggedModel(kNode, Range(1, 300))
+            .Add(kMaterial, 1, 3, TaggedRecord(kMaterial, 1, 3))
+            .Title("Small")
+            .FreeBlocks(2)
+            .NeverUsedBlocks(4)
+            .Garbage(9)
+            .Shuffle(4)
+            .Build()
+            .bytes;
 };
 
 TEST_F(OpenCloseTest, TheHeaderIsReadAndTheCopyHeldUntilItIsDeleted) {
-    files.Put(kScratch, "left behind by an earlier run, longer than nothing");
-    const ModelImage image = SmallModel();
-    Open(image);
+    files.Put(kScratch, "left behind by an earlier run");
+    ASSERT_TRUE(OpenAgain());
     EXPECT_EQ(DatabaseVersion(), 6.0);
     EXPECT_EQ(ModelTitle(), "Small");
     EXPECT_EQ(files.Bytes(kScratch), files.Bytes(kModel));
     EXPECT_FALSE(files.Exists(kScratch));
     EXPECT_EQ(files.LastError(), kSharingViolation);
     EXPECT_FALSE(OpenDatabase());
+    files.calls.clear();
     EXPECT_TRUE(CloseModelSession());
+    for (const FileCallRecord& call : files.calls) {  // no block was read, so none is written
+        EXPECT_TRUE(call.kind != FileCall::kWrite || call.size == 4816);
+    }
     EXPECT_TRUE(CloseModelSession());
     EXPECT_EQ(files.Paths(), Texts{kModel});
-    EXPECT_TRUE(TakeBoxes().empty());
+    files.Remove(kModel);
+    EXPECT_FALSE(OpenAgain());
+    EXPECT_TRUE(files.Paths().empty());
+    EXPECT_TRUE(TakeBoxes().empty()) << "a missing model is no message";
 }
 
 TEST_F(OpenCloseTest, TheScratchFileLiesWhereSettingsAndSurroundingsSay) {
-    const ModelImage image = SmallModel();
     struct Case {
         const char* model;
         const char* setting;
         const char* temp;
         const char* scratch;
     };
-    for (const Case& c :
-         std::initializer_list<Case>{{"/models/wing.MOD", "", "/temp", "/temp/wing.scr"},
-                                     {"/models/wing.MOD", "/fast", "/temp", "/fast/wing.scr"},
-                                     {"/models/wing.MOD", "", "", "/memory/wing.scr"},
-                                     {"/models/wing.old.mod", "", "/temp/", "/temp/wing.scr"},
-                                     {"/a.b/wing", "", "/temp", "/temp/wing.scr"}}) {
+    for (const Case& c : {Case{"/models/wing.MOD", "", "/temp", "/temp/wing.scr"},
+                          Case{"/models/wing.MOD", "/fast", "/temp", "/fast/wing.scr"},
+                          Case{"/models/wing.MOD", "", "", "/memory/wing.scr"},
+                          Case{"/models/wing.old.mod", "", "/temp/", "/temp/wing.scr"},
+                          Case{"/a.b/wing", "", "/temp", "/temp/wing.scr"}}) {
         Restart();
-        files.Put(c.model, image.bytes);
+        files.Put(c.model, model_);
         files.tempDirectory = c.temp;
-        DatabaseSettings settings;
-        settings.scratchDirectory = c.setting;
-        SetDatabaseSettings(settings);
+        SetDatabaseSettings({.scratchDirectory = c.setting});
         CurrentSession().ModelFileName = c.model;
         EXPECT_TRUE(OpenDatabase()) << c.scratch;
         EXPECT_TRUE(files.Has(c.scratch)) << c.scratch;
@@ -102,25 +109,24 @@ TEST_F(OpenCloseTest, TheScratchFileLiesWhereSettingsAndSurroundingsSay) {
     }
 }
 
-TEST_F(OpenCloseTest, AMissingModelIsNoMessage) {
-    Restart();
-    EXPECT_FALSE(OpenDatabase());
-    EXPECT_TRUE(TakeBoxes().empty());
-    EXPECT_TRUE(files.Paths().empty());
+TEST_F(OpenCloseTest, SettingsKeepTheScratchFileOrDoWithoutIt) {
+    EXPECT_TRUE(OpenAgain({.scratchDirectory = {}, .deleteScratchOnClose = false}));
+    EXPECT_TRUE(CloseModelSession());
+    EXPECT_TRUE(files.Has(kScratch));
+    files.Remove(kScratch);
+    EXPECT_TRUE(OpenAgain({.scratchDirectory = {}, .workOnScratchCopy = false}));
+    EXPECT_EQ(files.Paths(), Texts{kModel});
+    EXPECT_TRUE(CloseModelSession());
+    EXPECT_EQ(files.Paths(), Texts{kModel});
 }
 
 TEST_F(OpenCloseTest, FilesInUseAreReportedAndLeftAlone) {
-    const ModelImage image = SmallModel();
-    files.Put(kModel, image.bytes);
     files.HoldElsewhere(kModel);
-    EXPECT_FALSE(OpenDatabase());
-    EXPECT_EQ(TakeBoxes(), Texts{InUse(kModel)});
+    ExpectRefused(InUse(kModel));
     files.ReleaseElsewhere(kModel);
     files.Put(kScratch, "another run's");
     files.HoldElsewhere(kScratch);
-    EXPECT_FALSE(OpenDatabase());
-    EXPECT_EQ(TakeBoxes(), Texts{InUse(kScratch)});
-    EXPECT_EQ(files.Bytes(kScratch), "another run's");
+    ExpectRefused(InUse(kScratch));
     // The other run takes the file between the test and our creation of it.
     files.ReleaseElsewhere(kScratch);
     files.onCall = [this](const FileCallRecord& call) {
@@ -128,61 +134,40 @@ TEST_F(OpenCloseTest, FilesInUseAreReportedAndLeftAlone) {
             files.HoldElsewhere(kScratch);
         }
     };
-    EXPECT_FALSE(OpenDatabase());
-    files.onCall = nullptr;
-    EXPECT_EQ(TakeBoxes(), Texts{InUse(kScratch)});
+    ExpectRefused(InUse(kScratch));
     EXPECT_EQ(files.Bytes(kScratch), "another run's");
-    EXPECT_EQ(files.OpenHandles(), 0U);
 }
 
 TEST_F(OpenCloseTest, AModelAtItsOwnScratchPathIsRefused) {
-    const ModelImage image = SmallModel();
-    const std::string refused = NotOpened(kScratch, std::strerror(EEXIST));
-    files.Put(kScratch, image.bytes);
-    CurrentSession().ModelFileName = kScratch;
-    EXPECT_FALSE(OpenDatabase());
-    EXPECT_EQ(TakeBoxes(), Texts{refused});
-    Restart();
+    files.Put(kScratch, model_);
     files.Link(kModel, kScratch);
-    const std::string whole = files.Bytes(kModel);
-    EXPECT_FALSE(OpenDatabase());
-    EXPECT_EQ(TakeBoxes(), Texts{refused});
-    EXPECT_EQ(files.Bytes(kModel), whole);
-    EXPECT_EQ(whole.size(), image.bytes.size());
+    ExpectRefused(NotOpened(kScratch, std::strerror(EEXIST)));
+    EXPECT_EQ(files.Bytes(kModel).size(), model_.size());
 }
 
 TEST_F(OpenCloseTest, PathsEndAt127Characters) {
-    const ModelImage image = SmallModel();
-    files.Put(kModel, image.bytes);
     for (const std::size_t length : {126U, 127U, 128U, 259U}) {
-        Restart();
         const std::string name = "/wing.scr";
         files.tempDirectory = "/" + std::string(length - name.size() - 1, 't');
-        const bool fits = length <= 127;
-        EXPECT_EQ(OpenDatabase(), fits) << length;
-        const Texts expected{
-            NotOpened(files.tempDirectory + name, std::strerror(ENAMETOOLONG)).substr(0, 159)};
-        EXPECT_EQ(TakeBoxes(), fits ? Texts{} : expected) << length;
-        EXPECT_TRUE(CloseModelSession());
+        const std::string path = files.tempDirectory + name;
+        if (length > 127) {
+            ExpectRefused(NotOpened(path, std::strerror(ENAMETOOLONG)).substr(0, 159));
+        } else {
+            EXPECT_TRUE(OpenAgain()) << length;
+            EXPECT_TRUE(CloseModelSession());
+        }
         EXPECT_EQ(files.Paths(), Texts{kModel});
     }
 }
 
 TEST_F(OpenCloseTest, FilesWithoutAWholeHeaderAreRefused) {
-    const std::string whole(4816, '\1');
-    for (const std::size_t size : {0U, 1U, 4815U, 4816U}) {
-        Restart();
-        files.Put(kModel, whole.substr(0, size));
-        EXPECT_EQ(OpenDatabase(), size == 4816) << size;
-        const Texts boxes = TakeBoxes();
-        ASSERT_EQ(boxes.size(), size == 4816 ? 0U : 1U) << size;
-        if (!boxes.empty()) {
-            EXPECT_EQ(boxes[0],
-                      std::string("Unable to Read From Database: ") + std::strerror(ENODATA) + ".");
-            EXPECT_EQ(files.OpenHandles(), 0U);
-            EXPECT_TRUE(files.Has(kScratch));
-        }
+    for (const std::size_t size : {0U, 1U, 4815U}) {
+        files.Put(kModel, std::string(size, '\1'));
+        ExpectRefused(std::string("Unable to Read From Database: ") + std::strerror(ENODATA) + ".");
+        EXPECT_TRUE(files.Has(kScratch));
     }
+    files.Put(kModel, std::string(4816, '\1'));
+    EXPECT_TRUE(OpenAgain());
 }
 
 // A session that uses every kind of file call, on a cache so small that it writes early.
@@ -196,18 +181,14 @@ class SessionSweep : public OpenCloseTest {
         std::size_t workCalls = 0;
     };
 
-    Course Run(const ModelImage& image) {
+    Course Run() {
         Course course;
-        Restart();
-        DatabaseSettings settings;
-        settings.MinBuffers = 5;
-        settings.MaxBuffers = 5;
-        settings.BlocksPerBuffer = 2;
-        SetDatabaseSettings(settings);
-        files.Put(kModel, image.bytes);
+        PutModel();
+        files.Remove(kScratch);
         files.calls.clear();
         try {
-            course.opened = OpenDatabase();
+            course.opened = OpenAgain(
+                {.scratchDirectory = {}, .BlocksPerBuffer = 2, .MinBuffers = 5, .MaxBuffers = 5});
             course.openCalls = files.calls.size();
             if (course.opened) {
                 Work();
@@ -217,73 +198,65 @@ class SessionSweep : public OpenCloseTest {
         } catch (const ProcessEnded&) {
             course.ended = true;
         }
+        files.ClearFaults();
         return course;
     }
 
-    // The message that a failure of call `n` leads to; empty when it leads to none.
-    static std::string MessageFor(const std::vector<FileCallRecord>& calls, std::size_t n,
-                                  bool opening) {
+    // What a failure of call `n` leads to.
+    static Texts MessagesFor(const std::vector<FileCallRecord>& calls, std::size_t n,
+                             bool opening) {
         const FileCallRecord& call = calls[n - 1];
-        const bool model = call.path == kModel;
+        const std::string notRead = "Unable to Read From Database: " + kIoError + ".";
         if (!opening) {
             const bool writes = call.kind == FileCall::kWrite ||
                                 (call.kind == FileCall::kSeek && calls[n].kind == FileCall::kWrite);
-            return writes ? "Unable to Write to Database: " + kIoError + "." : "";
+            return writes ? Texts{"Unable to Write to Database: " + kIoError + "."} : Texts{};
         }
         switch (call.kind) {
             case FileCall::kOpen:
-                return NotOpened(call.path, kIoError);
+                return {NotOpened(call.path, kIoError)};
             case FileCall::kRead:
-                return model ? "Error Reading File " + call.path + ": " + kIoError + "."
-                             : "Unable to Read From Database: " + kIoError + ".";
+                return {call.path == kModel
+                            ? "Error Reading File " + call.path + ": " + kIoError + "."
+                            : notRead};
             case FileCall::kSeek:
-                return "Unable to Read From Database: " + kIoError + ".";
+                return {notRead};
             case FileCall::kWrite:
-                return "Error Writing File " + call.path + ": " + kIoError + ".";
+                return {"Error Writing File " + call.path + ": " + kIoError + "."};
             default:
-                return "";
+                return {};
         }
     }
 
   private:
     static void Work() {
         std::vector<std::uint8_t> record(kRecordAreaSize);
-        for (std::int32_t id = 1; id <= 60; id += 10) {
-            (void)GetRecord(kMaterial, 1, id, record.data());
-        }
+        (void)GetRecord(kMaterial, 1, 3, record.data());
         (void)SetFlagRange(kTemporaryIdSet, 1, 1, 40'000);
-        (void)WalkRecords(kNode, 1);
+        (void)WalkRecords(kNode);
         (void)ClearRecords(kTemporaryIdSet, 1);
         (void)PutRecord(kMaterial, 1, 500, record.data());
     }
 };
 
 TEST_F(SessionSweep, EveryFailingCallGivesItsMessageAndADefinedState) {
-    const ModelImage image = SmallModel();
-    const std::string whole(image.bytes.begin(), image.bytes.end());
-    const Course sound = Run(image);
-    ASSERT_TRUE(sound.opened && sound.closed);
-    ASSERT_TRUE(TakeBoxes().empty());
+    const Course sound = Run();
+    ASSERT_TRUE(sound.opened && sound.closed && TakeBoxes().empty());
     const std::vector<FileCallRecord> calls = files.calls;
-    ASSERT_GT(sound.workCalls - sound.openCalls, 60U);
+    ASSERT_GT(sound.workCalls - sound.openCalls, 50U);
     // The close stands or falls with its first flush, which ends with the header record.
     std::size_t flushEnd = sound.workCalls;
-    while (calls[flushEnd].kind != FileCall::kWrite || calls[flushEnd].size != 4816) {
-        ++flushEnd;
+    while (calls[flushEnd++].size != 4816) {
     }
-    ++flushEnd;
     std::size_t fatal = 0;
     for (std::size_t n = 1; n <= calls.size(); ++n) {
-        SCOPED_TRACE(testing::Message() << "call " << n << " " << NameOf(calls[n - 1].kind) << " "
-                                        << calls[n - 1].path);
+        const FileCallRecord& call = calls[n - 1];
+        SCOPED_TRACE(testing::Message() << n << ": " << NameOf(call.kind) << " " << call.path);
         const bool opening = n <= sound.openCalls;
-        const std::string message = MessageFor(calls, n, opening);
-        files.Remove(kScratch);
         files.FailCall(n, EIO);
-        const Course course = Run(image);
-        files.ClearFaults();
+        const Course course = Run();
         const Texts boxes = TakeBoxes();
-        ASSERT_TRUE(files.Bytes(kModel) == whole);
+        ASSERT_EQ(files.Bytes(kModel).compare(std::string(model_.begin(), model_.end())), 0);
         ASSERT_GE(files.calls.size(), n);
         if (course.ended) {
             ++fatal;
@@ -292,130 +265,55 @@ TEST_F(SessionSweep, EveryFailingCallGivesItsMessageAndADefinedState) {
             EXPECT_TRUE(files.Has(kScratch));
             continue;
         }
-        EXPECT_EQ(boxes, message.empty() ? Texts{} : Texts{message});
-        if (opening) {
-            // A test of existence that fails only says that there is no such file.
-            const bool missing =
-                calls[n - 1].kind == FileCall::kExists && calls[n - 1].path == kModel;
-            EXPECT_EQ(course.opened, message.empty() && !missing);
-        }
+        const Texts messages = MessagesFor(calls, n, opening);
+        EXPECT_EQ(boxes, messages);
+        // A test of existence that fails only says that there is no such file.
+        const bool missing = call.kind == FileCall::kExists && call.path == kModel;
+        EXPECT_EQ(course.opened, !opening || (messages.empty() && !missing));
         const bool flushFailed = n > sound.workCalls && n <= flushEnd;
         EXPECT_EQ(course.closed, course.opened && !flushFailed);
         EXPECT_EQ(IsDatabaseOpen(), flushFailed);
         EXPECT_EQ(files.OpenHandles(), flushFailed ? 1U : 0U);
-        if (course.closed && calls[n - 1].kind != FileCall::kDelete) {
+        EXPECT_TRUE(!course.closed || call.kind == FileCall::kDelete || !files.Has(kScratch));
+        if (flushFailed) {
+            EXPECT_TRUE(CloseModelSession());
             EXPECT_FALSE(files.Has(kScratch));
         }
     }
     EXPECT_GT(fatal, 0U);
 }
 
-TEST_F(SessionSweep, ShortReadsAndWritesWhileOpeningAreFailures) {
-    const ModelImage image = SmallModel();
-    const Course sound = Run(image);
-    const std::vector<FileCallRecord> calls = files.calls;
-    for (std::size_t n = 1; n <= sound.openCalls; ++n) {
-        const FileCallRecord& call = calls[n - 1];
-        // A short read of the model only moves the border between two transfers.
-        const bool fails = call.kind == FileCall::kWrite ||
-                           (call.kind == FileCall::kRead && call.path == kScratch);
-        files.Remove(kScratch);
-        files.ShortenCall(n, 100, ENOSPC);
-        const Course course = Run(image);
-        files.ClearFaults();
-        EXPECT_EQ(course.opened, !fails) << n;
-        EXPECT_EQ(TakeBoxes().size(), fails ? 1U : 0U) << n;
-    }
-}
-
-TEST_F(OpenCloseTest, AFailedFlushLeavesTheDatabaseOpenAndTheScratchFileThere) {
-    Open(SmallModel());
-    ASSERT_TRUE(SetFlag(kTemporaryIdSet, 1, 5));
-    files.FailCall(files.calls.size() + 2, ENOSPC, 1000);
-    EXPECT_FALSE(CloseModelSession());
-    EXPECT_EQ(TakeBoxes(),
-              Texts{std::string("Unable to Write to Database: ") + std::strerror(ENOSPC) + "."});
-    EXPECT_TRUE(IsDatabaseOpen());
-    EXPECT_TRUE(files.Has(kScratch));
-    files.ClearFaults();
-    EXPECT_TRUE(CloseModelSession());
-    EXPECT_FALSE(files.Has(kScratch));
-}
-
-TEST_F(OpenCloseTest, ARunThatReadNoBlockWritesOnlyTheHeader) {
-    Open(SmallModel());
-    files.calls.clear();
-    EXPECT_TRUE(CloseModelSession());
-    for (const FileCallRecord& call : files.calls) {
-        EXPECT_NE(call.kind, FileCall::kRead);
-        EXPECT_TRUE(call.kind != FileCall::kWrite || call.size == 4816);
-    }
-    EXPECT_EQ(files.CallCount(FileCall::kDelete), 1U);
-}
-
-TEST_F(OpenCloseTest, SettingsKeepTheScratchFileOrDoWithoutIt) {
-    const ModelImage image = SmallModel();
-    Open(image);
-    DatabaseSettings settings;
-    settings.deleteScratchOnClose = false;
-    SetDatabaseSettings(settings);
-    EXPECT_TRUE(CloseModelSession());
-    EXPECT_TRUE(files.Has(kScratch));
-    files.Remove(kScratch);
-    settings.workOnScratchCopy = false;
-    SetDatabaseSettings(settings);
-    EXPECT_TRUE(OpenDatabase());
-    EXPECT_EQ(files.Paths(), Texts{kModel});
-    EXPECT_TRUE(CloseModelSession());
-    EXPECT_EQ(files.Paths(), Texts{kModel});
-}
-
-// Refuses the allocation of that number, counted from 1, and all later ones of at least
-// `atLeast` bytes.
+// Allocations of at least `atLeast` bytes that are granted still.
 std::size_t allocationsLeft = 0;
 std::size_t atLeast = 0;
 
 bool CountAllocations(std::size_t bytes) {
-    if (bytes < atLeast) {
-        return true;
-    }
-    if (allocationsLeft == 0) {
-        return false;
-    }
-    --allocationsLeft;
-    return true;
+    return bytes < atLeast || (allocationsLeft > 0 && allocationsLeft-- > 0);
 }
 
 TEST_F(OpenCloseTest, EveryAllocationMayFail) {
-    const ModelImage image = SmallModel();
-    constexpr std::size_t kBuffer = 20 * 2048;
     // The transfer buffer, four tables, then buffers.
     for (std::size_t granted = 0; granted < 35; ++granted) {
+        SCOPED_TRACE(granted);
         allocationsLeft = granted;
         atLeast = 0;
         SetAllocationGate(CountAllocations);
-        const bool opened = TryOpen(image);
+        const bool opened = OpenAgain();
         SetAllocationGate(nullptr);
-        const Texts boxes = TakeBoxes();
-        SCOPED_TRACE(granted);
-        if (granted == 0) {
-            EXPECT_FALSE(opened);
-            EXPECT_TRUE(boxes.empty());
-        } else if (granted < 5) {
-            EXPECT_FALSE(opened);
-            EXPECT_EQ(boxes, Texts{"Unable to Allocate Memory for Database Startup."});
-        } else if (granted < 11) {
-            EXPECT_FALSE(opened);
-            EXPECT_EQ(boxes, Texts{"Insufficient memory for Operation. Need " +
-                                   std::to_string((11 - granted) * kBuffer) + " more bytes."});
-        } else {
-            EXPECT_TRUE(opened);
-            EXPECT_TRUE(boxes.empty());
-            EXPECT_EQ(HighestBuffer() + 1,
-                      static_cast<int>(std::min<std::size_t>(granted - 5, 25)));
-            EXPECT_EQ(Walk(kNode, 1).size(), 300U);
+        Texts expected;
+        if (granted > 0 && granted < 5) {
+            expected = {"Unable to Allocate Memory for Database Startup."};
+        } else if (granted > 0 && granted < 11) {
+            expected = {"Insufficient memory for Operation. Need " +
+                        std::to_string((11 - granted) * 20 * 2048) + " more bytes."};
         }
+        EXPECT_EQ(TakeBoxes(), expected);
+        EXPECT_EQ(opened, granted >= 11);
         EXPECT_EQ(files.OpenHandles(), opened ? 1U : 0U);
+        if (opened) {
+            EXPECT_EQ(HighestBuffer() + 1, std::min(static_cast<int>(granted) - 5, 25));
+            EXPECT_EQ(Walk(kNode).size(), 300U);
+        }
     }
 }
 
@@ -427,14 +325,13 @@ TEST_F(OpenCloseTest, TheTransferBufferMakesDoWithLess) {
     for (const std::size_t blocks : {48U, 47U, 1U}) {
         allocationsLeft = 0;
         atLeast = (blocks + 1) * 2048;
-        for (const std::size_t size : {std::size_t{0}, std::size_t{1}, blocks * 2048 - 1,
-                                       blocks * 2048, blocks * 2048 + 1, text.size()}) {
+        SetAllocationGate(CountAllocations);
+        for (const std::size_t size :
+             {std::size_t{0}, blocks * 2048 - 1, blocks * 2048, blocks * 2048 + 1, text.size()}) {
             files.Put("/from", text.substr(0, size));
             files.Put("/to", "old text that is longer than some of the new ones");
-            SetAllocationGate(CountAllocations);
             files.calls.clear();
             EXPECT_TRUE(CopyFileContents("/from", "/to"));
-            SetAllocationGate(nullptr);
             EXPECT_TRUE(files.Bytes("/to") == text.substr(0, size)) << size;
             EXPECT_EQ(files.calls[2].size, blocks * 2048);
         }
@@ -446,16 +343,14 @@ TEST_F(OpenCloseTest, ACopyUsesTheHandlesItIsGivenAndLeavesThemOpen) {
     files.Put("/from", "0123456789");
     files.Put("/to", "");
     const ScopedFile from(files.Open("/from", {}));
-    OpenMode mode;
-    mode.access = FileAccess::kReadWrite;
-    const ScopedFile to(files.Open("/to", mode));
+    const ScopedFile to(files.Open("/to", {.access = FileAccess::kReadWrite}));
     EXPECT_TRUE(CopyFileContents("named in messages", "likewise", from.Get(), to.Get()));
     EXPECT_EQ(files.Bytes("/to"), "0123456789");
     EXPECT_EQ(files.OpenHandles(), 2U);
     EXPECT_FALSE(CopyFileContents("/missing", "/to", kNoFile, to.Get()));
-    EXPECT_EQ(TakeBoxes(), Texts{NotOpened("/missing", std::strerror(ENOENT))});
     EXPECT_FALSE(CopyFileContents("/from", "/from", from.Get()));
-    EXPECT_EQ(TakeBoxes(), Texts{NotOpened("/from", "The file is in use by another process")});
+    EXPECT_EQ(TakeBoxes(), (Texts{NotOpened("/missing", std::strerror(ENOENT)),
+                                  NotOpened("/from", "The file is in use by another process")}));
     EXPECT_EQ(files.Bytes("/from"), "0123456789");
 }
 
@@ -467,25 +362,19 @@ TEST_F(OpenCloseTest, TheCacheIsReportedInTheStatusWindow) {
         const char* report;
         int afterWalk;
     };
-    const ModelImage image = SmallModel();
-    for (const Case& c : std::initializer_list<Case>{
-             {25, 250, 20, "Allocated 25 Cache Buffers, each with 20 - 2048 byte blocks.", 25},
-             {1, 3, 1, "Allocated 5 Cache Buffers, each with 1 - 2048 byte blocks.", 5},
-             {5, 7, 2, "Allocated 5 Cache Buffers, each with 2 - 2048 byte blocks.", 7},
-             {6, 5000, 1, "Allocated 6 Cache Buffers, each with 1 - 2048 byte blocks.", 33},
-             {9000, 1, 200, "Allocated 1024 Cache Buffers, each with 100 - 2048 byte blocks.",
-              1024}}) {
+    for (const Case& c :
+         {Case{25, 250, 20, "Allocated 25 Cache Buffers, each with 20 - 2048 byte blocks.", 25},
+          Case{1, 3, 1, "Allocated 5 Cache Buffers, each with 1 - 2048 byte blocks.", 5},
+          Case{5, 7, 2, "Allocated 5 Cache Buffers, each with 2 - 2048 byte blocks.", 7},
+          Case{6, 5000, 1, "Allocated 6 Cache Buffers, each with 1 - 2048 byte blocks.", 13},
+          Case{9000, 1, 200, "Allocated 1024 Cache Buffers, each with 100 - 2048 byte blocks.",
+               1024}}) {
         Restart();
         CreateStatusWindow();
-        DatabaseSettings settings;
-        settings.MinBuffers = c.minimum;
-        settings.MaxBuffers = c.maximum;
-        settings.BlocksPerBuffer = c.blocks;
-        SetDatabaseSettings(settings);
-        files.Put(kModel, image.bytes);
+        SetCache(c.minimum, c.maximum, c.blocks);
         ASSERT_TRUE(OpenDatabase());
         EXPECT_EQ(desktop.statusLines.back(), c.report);
-        EXPECT_EQ(Walk(kNode, 1).size() + Walk(kMaterial, 1).size(), 320U);
+        EXPECT_EQ(Walk(kNode).size(), 300U);
         EXPECT_EQ(HighestBuffer() + 1, c.afterWalk);
     }
 }

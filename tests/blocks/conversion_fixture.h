@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +26,9 @@ struct NeutralBlockText {
     Lines lines;
 };
 
+// The blocks of a Neutral file, header block included; fails on a broken frame.
+std::vector<NeutralBlockText> SplitBlocks(const std::string& neutral);
+
 // Builds a model and converts it. The engine runs with the smallest cache there is, so that a
 // record which is read after its buffer went to another one shows.
 class ConversionTest : public ::testing::Test {
@@ -45,31 +47,28 @@ class ConversionTest : public ::testing::Test {
     // Stores a flag set of `type` with some blocking bits, which are none of a reader's business.
     void PutFlags(int type, int database, const std::vector<int>& members);
 
+    // Stores a record of 1,964 bytes that claims `count` bytes of data behind the count.
+    void PutChunk(int type, int database, int id, const std::string& data, int count);
+    void PutChunk(int type, int database, int id, const std::string& data) {
+        PutChunk(type, database, id, data, static_cast<int>(data.size()));
+    }
+
     // Opens the model, converts it and closes it; returns the Neutral file. The model must be what
     // it was, and the working copy gone.
-    const std::string& Convert(std::int32_t digits = 8);
+    std::string Convert(std::int32_t digits = 8);
 
-    // The bodies of all blocks of that number in the Neutral file, which is made when there is
-    // none.
-    std::vector<Lines> Blocks(int number);
+    // Converts; the bodies of all blocks of that number.
+    std::vector<Lines> Blocks(int number, std::int32_t digits = 8);
 
-    // There is one such block, and it holds `lines`.
-    void ExpectBlock(int number, const Lines& lines);
-
-    // The conversion reported `count` things of that name.
-    void ExpectCount(int count, const std::string& name);
+    // Converts: there is one such block, it holds `lines`, and `count` things of that name have
+    // been reported.
+    void ExpectBlock(int number, const Lines& lines, int count = 0, const std::string& name = "");
 
     std::string modelPath_ = "/models/wing.MOD";
     ModelBuilder model_;
     MemoryFiles files_;
     RecordingDesktop desktop_;
     unsigned seed_ = 1;
-
-  private:
-    std::optional<std::string> neutral_;
 };
-
-// The blocks of a Neutral file, header block included; fails on a broken frame.
-std::vector<NeutralBlockText> SplitBlocks(const std::string& neutral);
 
 }  // namespace mod2neu

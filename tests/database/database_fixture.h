@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "database/catalogue.h"
-#include "database/settings.h"
 #include "support/memory_files.h"
 #include "support/model_builder.h"
 #include "support/model_reader.h"
@@ -39,10 +38,10 @@ class DatabaseTest : public ::testing::Test {
 
     static void SetCache(int minBuffers, int maxBuffers, int blocksPerBuffer);
 
-    // Writes everything to the working file, leaving the database open. The file must be sound,
-    // unless it is one that was `damaged` before.
-    ModelReader Stored(bool damaged = false);
+    // The working file with everything written to it, the database left open, and what an
+    // independent reader finds in it, which must be sound.
     ModelImage Flushed();
+    ModelReader Stored();
 
     // IDs of the standard walk over a table, and of RecordWalk. Both must find the records that
     // their IDs say; a walk that does not ascend or does not end is a failure.

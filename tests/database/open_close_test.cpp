@@ -10,6 +10,7 @@
 #include "database/file_copy.h"
 #include "database/flag_set.h"
 #include "database/record_access.h"
+#include "database/settings.h"
 #include "shell/session.h"
 #include "shell/status_window.h"
 

@@ -12,6 +12,7 @@
 #include "database/database_fixture.h"
 #include "database/flag_set.h"
 #include "database/record_access.h"
+#include "database/settings.h"
 
 namespace mod2neu {
 

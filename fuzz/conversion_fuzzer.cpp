@@ -65,10 +65,9 @@ void Convert(const RunFiles& files, std::int32_t digits, bool listsInDatabase) {
 }
 
 void Run(std::string_view model) {
-    RunFiles files(model);
+    static RunFiles files;
+    files.Start(model);
     const RecordingDesktop desktop;
-    ResetProgram();
-    SetAllocationGate(nullptr);
     const bool hasStamp = model.size() >= kHeaderGenerationStamp + 2;
     const auto stampByte = [&](std::size_t i) {
         return static_cast<std::uint8_t>(hasStamp ? model[kHeaderGenerationStamp + i] : 0);

@@ -20,7 +20,8 @@ bool Write(const std::string& path, const ModelBuilder& model) {
     return file.good();
 }
 
-// Every part of a model alone, so that most inputs are small; then whole models.
+// Every part of a model alone, so that inputs are small and quick; then one whose blocks lie far
+// apart, under two index blocks.
 bool WriteSeeds(const std::string& directory) {
     bool good = true;
     for (unsigned part = 1; part <= mod2neu::kResultPart; part *= 2) {
@@ -31,10 +32,12 @@ bool WriteSeeds(const std::string& directory) {
     }
     good &= Write(directory + "/lists_in_database",
                   RichModel({.parts = mod2neu::kIdListPart}).FreeBlocks(6).Header(456, {5, 0}));
-    good &= Write(directory + "/whole", RichModel());
-    good &= Write(directory + "/whole_shuffled", RichModel().FreeBlocks(3).Shuffle(1));
     good &= Write(directory + "/two_runs",
-                  RichModel({.scale = 3}).NeverUsedBlocks(20).Garbage(5).Shuffle(2));
+                  RichModel({.parts = mod2neu::kMeshPart | mod2neu::kIdListPart})
+                      .FreeBlocks(2)
+                      .NeverUsedBlocks(102)
+                      .Garbage(5)
+                      .Shuffle(2));
     return good;
 }
 

@@ -15,13 +15,16 @@ namespace {
 constexpr std::size_t kBlock = kBlockSize;
 constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
 
+// Models do not grow beyond this, which keeps executions quick.
+constexpr std::size_t kMostGrown = 24 * kBlock;
+
 class Mutation {
   public:
     Mutation(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed,
              PlainMutator plain)
         : data_(data),
           size_(size),
-          maxSize_(maxSize),
+          maxSize_(std::min(maxSize, std::max(size, kMostGrown))),
           state_(seed * kGoldenRatio + 1),
           plain_(plain) {}
 
@@ -67,25 +70,22 @@ class Mutation {
     [[nodiscard]] std::uint32_t BlockCount() const {
         return static_cast<std::uint32_t>(size_ / kBlock);
     }
-    std::uint32_t AnyDataBlock() { return kFirstDataBlock + Pick(BlockCount() - kFirstDataBlock); }
+
+    // One that is in use, most of the time.
+    std::uint32_t AnyDataBlock() {
+        std::uint32_t number = 0;
+        for (int tries = 0; tries < 5 && (number == 0 || Block(number)[kBlockKind] == 0); ++tries) {
+            number = kFirstDataBlock + Pick(BlockCount() - kFirstDataBlock);
+        }
+        return number;
+    }
     std::uint8_t* Block(std::uint32_t number) { return data_ + number * kBlock; }
 
     // A number that a finger or link could hold, right or wrong.
     std::uint32_t AnyBlockNumber() {
-        switch (Pick(8)) {
-            case 0:
-                return 0;
-            case 1:
-                return Pick(5);
-            case 2:
-                return BlockCount() - 1 + Pick(3);
-            case 3:
-                return kFirstIndexBlock + kIndexRun * Pick(3);
-            case 4:
-                return Random();
-            default:
-                return AnyDataBlock();
-        }
+        const std::uint32_t wrong[] = {0, Pick(5), BlockCount() - 1 + Pick(3),
+                                       kFirstIndexBlock + kIndexRun * Pick(3), Random()};
+        return Pick(8) < std::size(wrong) ? wrong[Pick(std::size(wrong))] : AnyDataBlock();
     }
 
     std::int32_t AnyInteger() {
@@ -93,34 +93,29 @@ class Mutation {
             0,    1,    -1,    2,          3,           5,           7,   16,    35,
             70,   80,   81,    110,        111,         121,         160, 161,   511,
             1960, 1961, 65535, 99'999'999, 100'000'000, -99'999'999, -2,  -1960, 99'999'998};
-        switch (Pick(6)) {
-            case 0:
-                return std::numeric_limits<std::int32_t>::max() - static_cast<int>(Pick(2));
-            case 1:
-                return std::numeric_limits<std::int32_t>::min() + static_cast<int>(Pick(2));
-            case 2:
-                return static_cast<std::int32_t>(Random());
-            default:
-                return kNotable[Pick(std::size(kNotable))];
-        }
+        const unsigned choice = Pick(6);
+        return choice == 0   ? static_cast<std::int32_t>(0x80000001U - Pick(4))
+               : choice == 1 ? static_cast<std::int32_t>(Random())
+                             : kNotable[Pick(std::size(kNotable))];
     }
 
     double AnyReal() {
+        using Limits = std::numeric_limits<double>;
         constexpr double kNotable[] = {0.0,
                                        -0.0,
                                        1.0,
                                        -1.0,
                                        0.1,
                                        1e-5,
-                                       99999999.5,
                                        1e15,
                                        1e300,
                                        5e-324,
                                        7.0,
+                                       99999999.5,
                                        2147483648.0,
-                                       std::numeric_limits<double>::infinity(),
-                                       -std::numeric_limits<double>::infinity(),
-                                       std::numeric_limits<double>::quiet_NaN()};
+                                       Limits::infinity(),
+                                       -Limits::infinity(),
+                                       Limits::quiet_NaN()};
         return Pick(4) == 0 ? std::bit_cast<double>(std::uint64_t{Random()} << 32 | Random())
                             : kNotable[Pick(std::size(kNotable))];
     }
@@ -197,20 +192,18 @@ class Mutation {
 
     void ChangeBlockHeader() {
         std::uint8_t* block = Block(Pick(8) == 0 ? kFirstIndexBlock : AnyDataBlock());
-        switch (Pick(6)) {
+        std::uint8_t* key = block + (Pick(2) == 0 ? kBlockDatabase : kBlockFirstId);
+        switch (Pick(5)) {
             case 0:
                 block[kBlockKind] = static_cast<std::uint8_t>(Pick(3) == 0 ? Pick(256) : Pick(112));
                 break;
             case 1:
-                PutNumber(block + kBlockDatabase, NearInteger(block + kBlockDatabase), 4);
+                PutNumber(key, NearInteger(key), 4);
                 break;
             case 2:
-                PutNumber(block + kBlockFirstId, NearInteger(block + kBlockFirstId), 4);
-                break;
-            case 3:
                 PutNumber(block + kBlockNumber, static_cast<std::int32_t>(AnyBlockNumber()), 4);
                 break;
-            case 4:
+            case 3:
                 PutNumber(block + kBlockLiveCount, AnyInteger(), 2);
                 break;
             default:

@@ -6,13 +6,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "database/block_format.h"
 #include "neutral/output_buffer.h"
 
 namespace mod2neu {
 
 namespace {
 
-constexpr int kMostScratchWrites = 40;
+constexpr std::size_t kMostGrowth = 12 * kBlockSize;
+constexpr int kMostWrites = 200;
 
 }  // namespace
 
@@ -23,9 +25,16 @@ void Require(bool condition, const char* what) {
     }
 }
 
-RunFiles::RunFiles(std::string_view model) : previous_(SetFileServices(this)) {
+void RunFiles::Start(std::string_view model) {
+    for (File& file : files_) {
+        file.path.clear();
+        file.isOpen = false;
+    }
     files_[kModelHandle].path = kModel;
     files_[kModelHandle].bytes = model;
+    open_ = 0;
+    writes_ = 0;
+    limited_ = true;
 }
 
 bool RunFiles::OnlyNeutralFileIsNew() const {
@@ -75,14 +84,23 @@ FileHandle RunFiles::Open(const std::string& path, const OpenMode& mode) {
 
 std::int64_t RunFiles::Read(FileHandle handle, void* buffer, std::size_t size) {
     File& file = At(handle);
+    const std::int64_t count =
+        ReadAt(handle, static_cast<std::int64_t>(file.position), buffer, size);
+    file.position += static_cast<std::size_t>(count);
+    return count;
+}
+
+std::int64_t RunFiles::ReadAt(FileHandle handle, std::int64_t offset, void* buffer,
+                              std::size_t size) {
+    const File& file = At(handle);
     const std::string_view bytes = handle == kModelHandle
                                        ? file.bytes
                                        : std::string_view(file.written.data(), file.written.size());
-    const std::size_t count = std::min(size, bytes.size() - std::min(file.position, bytes.size()));
+    const auto position = static_cast<std::size_t>(offset);
+    const std::size_t count = std::min(size, bytes.size() - std::min(position, bytes.size()));
     if (count > 0) {
-        std::memcpy(buffer, bytes.data() + file.position, count);
+        std::memcpy(buffer, bytes.data() + position, count);
     }
-    file.position += count;
     return static_cast<std::int64_t>(count);
 }
 
@@ -91,7 +109,9 @@ std::int64_t RunFiles::Write(FileHandle handle, const void* data, std::size_t si
     Require(handle != kModelHandle, "the model is not written to");
     const std::size_t end = file.position + size;
     const bool isTooMuch =
-        file.path == kNeutral ? end >= kOutputBlock : ++writes_ > kMostScratchWrites;
+        file.path == kNeutral
+            ? end >= kOutputBlock
+            : end > files_[kModelHandle].bytes.size() + kMostGrowth || ++writes_ > kMostWrites;
     if (limited_ && isTooMuch) {
         limited_ = false;
         throw LimitReached();

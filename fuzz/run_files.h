@@ -27,8 +27,11 @@ class RunFiles final : public FileServices {
     static constexpr const char* kModel = "/m/wing.MOD";
     static constexpr const char* kNeutral = "/m/wing.neu";
 
-    explicit RunFiles(std::string_view model);
+    RunFiles() : previous_(SetFileServices(this)) {}
     ~RunFiles() override { SetFileServices(previous_); }
+
+    // Only `model` is there, whose bytes must stay. What other files held is kept as spare memory.
+    void Start(std::string_view model);
 
     [[nodiscard]] bool NothingIsOpen() const { return open_ == 0; }
 
@@ -38,6 +41,8 @@ class RunFiles final : public FileServices {
     bool Exists(const std::string& path) override { return Find(path) != kNoFile; }
     FileHandle Open(const std::string& path, const OpenMode& mode) override;
     std::int64_t Read(FileHandle file, void* buffer, std::size_t size) override;
+    std::int64_t ReadAt(FileHandle file, std::int64_t offset, void* buffer,
+                        std::size_t size) override;
     std::int64_t Write(FileHandle file, const void* data, std::size_t size) override;
     std::int64_t CopyRange(FileHandle /*from*/, FileHandle /*to*/, std::size_t /*size*/) override {
         return -1;

@@ -15,7 +15,8 @@ namespace {
 constexpr std::size_t kBlock = kBlockSize;
 constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
 
-// Models do not grow beyond this, which keeps executions quick.
+// Models do not grow beyond this, and larger ones are often cut to it, which keeps executions
+// quick.
 constexpr std::size_t kMostGrown = 24 * kBlock;
 
 class Mutation {
@@ -31,6 +32,9 @@ class Mutation {
     std::size_t Apply() {
         if (BlockCount() < kFirstDataBlock + 1) {
             return plain_(data_, size_, maxSize_);
+        }
+        if (size_ > kMostGrown && Pick(2) == 0) {
+            size_ = kMostGrown;
         }
         for (unsigned left = 1 + Pick(4); left > 0 && BlockCount() > kFirstDataBlock; --left) {
             ApplyOne();

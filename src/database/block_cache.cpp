@@ -259,10 +259,10 @@ bool WriteIfDirty(CacheBuffer& buffer) {
 }
 
 void EmptyBuffer(std::uint16_t index) {
-    for (std::uint16_t slot = 0; slot < cache.blocksPerBuffer; ++slot) {
+    CacheBuffer& buffer = cache.buffers[index];
+    for (std::uint16_t slot = buffer.firstLoaded; slot < buffer.blocksInUse; ++slot) {
         UnlinkCachedBlock({index, slot});
     }
-    CacheBuffer& buffer = cache.buffers[index];
     buffer.blocksInUse = 0;
     buffer.blocksPresent = 0;
     buffer.groupStart = 0;

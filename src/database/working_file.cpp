@@ -1,6 +1,7 @@
 #include "database/working_file.h"
 
 #include "database/block_format.h"
+#include "database/index_block_copies.h"
 
 namespace mod2neu {
 
@@ -14,9 +15,21 @@ struct WorkingFileState {
 
 WorkingFileState working;
 
+std::int64_t PositionOf(std::uint32_t block) {
+    return std::int64_t{block} * kBlockSize;
+}
+
 bool SeekToBlock(std::uint32_t block) {
-    const std::int64_t position = std::int64_t{block} * kBlockSize;
+    const std::int64_t position = PositionOf(block);
     return Files().Seek(working.file.Get(), position, SeekOrigin::kBegin) == position;
+}
+
+std::int64_t ReadAndNoteFailure(std::uint32_t block, void* buffer, std::size_t size) {
+    const std::int64_t read = Files().ReadAt(working.file.Get(), PositionOf(block), buffer, size);
+    if (read < 0 && working.readFailure.empty()) {
+        working.readFailure = Files().LastErrorText();
+    }
+    return read;
 }
 
 }  // namespace
@@ -25,13 +38,19 @@ void AttachWorkingFile(FileHandle file, const std::string& path) {
     working.file.Reset(file);
     working.path = path;
     working.readFailure.clear();
+    FreeIndexBlockCopies();
 }
 
-std::int64_t ReadWorkingFile(std::uint32_t block, void* buffer, std::size_t size) {
-    const std::int64_t read =
-        SeekToBlock(block) ? Files().Read(working.file.Get(), buffer, size) : -1;
-    if (read < 0 && working.readFailure.empty()) {
-        working.readFailure = Files().LastErrorText();
+std::int64_t ReadWorkingFile(std::uint32_t block, std::uint8_t* buffer, std::size_t size) {
+    if (size != kBlockSize || !IsIndexBlockPlace(block)) {
+        return ReadAndNoteFailure(block, buffer, size);
+    }
+    if (FindIndexBlockCopy(block, buffer)) {
+        return kBlockSize;
+    }
+    const std::int64_t read = ReadAndNoteFailure(block, buffer, size);
+    if (read == kBlockSize) {
+        KeepIndexBlockCopy(block, buffer);
     }
     return read;
 }
@@ -41,6 +60,7 @@ const std::string& WorkingFileReadFailure() {
 }
 
 bool WriteWorkingFile(std::uint32_t block, const void* data, std::size_t size) {
+    ForgetIndexBlockCopies(block, static_cast<std::uint32_t>((size + kBlockSize - 1) / kBlockSize));
     return SeekToBlock(block) &&
            Files().Write(working.file.Get(), data, size) == static_cast<std::int64_t>(size);
 }
@@ -54,6 +74,7 @@ const std::string& WorkingFilePath() {
 }
 
 bool CloseWorkingFile() {
+    FreeIndexBlockCopies();
     return working.file.Close();
 }
 

@@ -15,7 +15,7 @@ namespace mod2neu {
 void AttachWorkingFile(FileHandle file, const std::string& path);
 
 // Bytes read from the beginning of `block`, short only at the end of the file; -1 on failure.
-std::int64_t ReadWorkingFile(std::uint32_t block, void* buffer, std::size_t size);
+std::int64_t ReadWorkingFile(std::uint32_t block, std::uint8_t* buffer, std::size_t size);
 
 // The host's text for the first read that failed since the file was attached; empty when none did.
 // What a record search could not read it takes as not there, so this tells whether it was.

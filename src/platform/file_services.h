@@ -57,6 +57,10 @@ class FileServices {
     // Bytes read, short only at the end of the file; -1 on failure.
     virtual std::int64_t Read(FileHandle file, void* buffer, std::size_t size) = 0;
 
+    // The same from `offset` bytes behind the beginning; the position stays where it is.
+    virtual std::int64_t ReadAt(FileHandle file, std::int64_t offset, void* buffer,
+                                std::size_t size) = 0;
+
     // Bytes written; fewer than `size` means failure. -1 when none could be written.
     virtual std::int64_t Write(FileHandle file, const void* data, std::size_t size) = 0;
 

@@ -35,6 +35,7 @@ const PosixCalls& HostCalls() {
         .changeMode = ::fchmod,
         .truncate = ::ftruncate,
         .read = ::read,
+        .readAt = ::pread,
         .write = ::write,
         .copyRange = HostCopyRange,
         .seek = ::lseek,

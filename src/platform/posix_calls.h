@@ -21,6 +21,7 @@ struct PosixCalls {
     int (*changeMode)(int fd, mode_t mode);                      // fchmod
     int (*truncate)(int fd, off_t size);                         // ftruncate
     ssize_t (*read)(int fd, void* buffer, std::size_t size);
+    ssize_t (*readAt)(int fd, void* buffer, std::size_t size, off_t offset);  // pread
     ssize_t (*write)(int fd, const void* data, std::size_t size);
     ssize_t (*copyRange)(int from, int to, std::size_t size);  // copy_file_range
     off_t (*seek)(int fd, off_t offset, int origin);

@@ -36,6 +36,25 @@ auto Retry(Call call) {
     return result;
 }
 
+// Repeats `readSome`, which continues behind what was read before, until the buffer is full or the
+// file ends. The number of bytes; -1, with the reason in errno, on failure.
+template <typename ReadSome>
+std::int64_t ReadFully(void* buffer, std::size_t size, ReadSome readSome) {
+    auto* const bytes = static_cast<char*>(buffer);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = Retry([&] { return readSome(bytes + done, size - done, done); });
+        if (count < 0) {
+            return -1;
+        }
+        if (count == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
 // The two forms of strerror_r: one returns the text, the other fills the buffer.
 [[maybe_unused]] const char* TextOf(const char* result, const char* /*buffer*/) {
     return result;
@@ -117,6 +136,14 @@ bool PosixFileServices::FailWithErrno() {
     }
     // The host's number for a broken pipe is the sharing violation's code.
     return Fail(error == EPIPE ? EIO : error);
+}
+
+// The result of a call that reports a failure by a negative one.
+std::int64_t PosixFileServices::OrFail(std::int64_t result) {
+    if (result < 0) {
+        FailWithErrno();
+    }
+    return result;
 }
 
 // Opens without letting the file take the place of a closed standard stream, where the next
@@ -290,20 +317,16 @@ FileHandle PosixFileServices::Open(const std::string& path, const OpenMode& mode
 }
 
 std::int64_t PosixFileServices::Read(FileHandle file, void* buffer, std::size_t size) {
-    auto* const bytes = static_cast<char*>(buffer);
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t count = Retry([&] { return calls_.read(file, bytes + done, size - done); });
-        if (count < 0) {
-            FailWithErrno();
-            return -1;
-        }
-        if (count == 0) {
-            break;
-        }
-        done += static_cast<std::size_t>(count);
-    }
-    return static_cast<std::int64_t>(done);
+    return OrFail(ReadFully(buffer, size, [&](char* to, std::size_t rest, std::size_t /*done*/) {
+        return calls_.read(file, to, rest);
+    }));
+}
+
+std::int64_t PosixFileServices::ReadAt(FileHandle file, std::int64_t offset, void* buffer,
+                                       std::size_t size) {
+    return OrFail(ReadFully(buffer, size, [&](char* to, std::size_t rest, std::size_t done) {
+        return calls_.readAt(file, to, rest, offset + static_cast<off_t>(done));
+    }));
 }
 
 std::int64_t PosixFileServices::Write(FileHandle file, const void* data, std::size_t size) {
@@ -326,11 +349,7 @@ std::int64_t PosixFileServices::CopyRange(FileHandle from, FileHandle to, std::s
 
 std::int64_t PosixFileServices::Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
     const int whence = origin == SeekOrigin::kBegin ? SEEK_SET : SEEK_END;
-    const off_t position = Retry([&] { return calls_.seek(file, off_t{offset}, whence); });
-    if (position < 0) {
-        FailWithErrno();
-    }
-    return position;
+    return OrFail(Retry([&] { return calls_.seek(file, off_t{offset}, whence); }));
 }
 
 std::int64_t PosixFileServices::Size(FileHandle file) {

@@ -15,6 +15,8 @@ class PosixFileServices final : public FileServices {
     bool Exists(const std::string& path) override;
     FileHandle Open(const std::string& path, const OpenMode& mode) override;
     std::int64_t Read(FileHandle file, void* buffer, std::size_t size) override;
+    std::int64_t ReadAt(FileHandle file, std::int64_t offset, void* buffer,
+                        std::size_t size) override;
     std::int64_t Write(FileHandle file, const void* data, std::size_t size) override;
     std::int64_t CopyRange(FileHandle from, FileHandle to, std::size_t size) override;
     std::int64_t Seek(FileHandle file, std::int64_t offset, SeekOrigin origin) override;
@@ -36,6 +38,7 @@ class PosixFileServices final : public FileServices {
 
     bool Fail(int code, const char* text = nullptr);
     bool FailWithErrno();
+    std::int64_t OrFail(std::int64_t result);
     int OpenAbove(const std::string& path, int flags, unsigned mode);
     int OpenExisting(std::string& path, const OpenPlan& plan);
     int OpenOwnerOnly(const std::string& path, const OpenPlan& plan);

@@ -197,19 +197,29 @@ void MemoryFiles::CutToShortening(std::size_t* size, int* error) {
 }
 
 std::int64_t MemoryFiles::Read(FileHandle file, void* buffer, std::size_t size) {
-    Handle* handle = Begin(FileCall::kRead, file, size);
+    const auto found = handles_.find(file);
+    const std::int64_t position = found != handles_.end() ? found->second.position : 0;
+    const std::int64_t count = ReadAt(file, position, buffer, size);
+    if (count > 0) {
+        found->second.position += count;
+    }
+    return count;
+}
+
+std::int64_t MemoryFiles::ReadAt(FileHandle file, std::int64_t offset, void* buffer,
+                                 std::size_t size) {
+    const Handle* handle = Begin(FileCall::kRead, file, size);
     if (handle == nullptr) {
         return -1;
     }
     int error = 0;
     CutToShortening(&size, &error);
     const std::string& bytes = handle->node->bytes;
-    const auto position = static_cast<std::size_t>(handle->position);
+    const auto position = static_cast<std::size_t>(offset);
     const std::size_t count = position < bytes.size() ? std::min(size, bytes.size() - position) : 0;
     if (count > 0) {
         std::memcpy(buffer, bytes.data() + position, count);
     }
-    handle->position += static_cast<std::int64_t>(count);
     return static_cast<std::int64_t>(count);
 }
 

@@ -66,7 +66,9 @@ struct BlockKey {
     std::int32_t database = 0;
     std::int32_t firstId = 0;
 
-    friend auto operator<=>(const BlockKey&, const BlockKey&) = default;
+    // The check takes the zero that a defaulted comparison returns for a pointer.
+    friend auto operator<=>(const BlockKey&,
+                            const BlockKey&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
 inline EntityType KindOfBlock(const std::uint8_t* block) {

@@ -45,7 +45,7 @@ std::int64_t Distance(std::int32_t a, std::int32_t b) {
 
 IndexEntry EntryAt(EntryPlace place) {
     const std::uint8_t* entry =
-        BlockAt(place.block) + kBlockRecords + place.number * kIndexEntrySize;
+        BlockAt(place.block) + kBlockRecords + std::size_t{place.number} * kIndexEntrySize;
     return {{ReadLittleEndian<std::int32_t>(entry + kEntryDatabase),
              ReadLittleEndian<std::int32_t>(entry + kEntryFirstId)},
             ReadLittleEndian<std::uint32_t>(entry + kEntryNext),
@@ -271,7 +271,8 @@ bool LoadPosition(std::uint32_t block, IndexPosition& position) {
 
 void StoreEntry(EntryPlace place, const IndexEntry& value) {
     StampBlock(place.block);
-    std::uint8_t* entry = BlockAt(place.block) + kBlockRecords + place.number * kIndexEntrySize;
+    std::uint8_t* entry =
+        BlockAt(place.block) + kBlockRecords + std::size_t{place.number} * kIndexEntrySize;
     WriteLittleEndian(entry + kEntryDatabase, value.key.database);
     WriteLittleEndian(entry + kEntryFirstId, value.key.firstId);
     WriteLittleEndian(entry + kEntryNext, value.next);

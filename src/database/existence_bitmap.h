@@ -14,7 +14,7 @@ namespace mod2neu {
 constexpr int kBitsPerWord = 16;
 
 inline std::uint16_t BitmapWord(const std::uint8_t* block, int word) {
-    return ReadLittleEndian<std::uint16_t>(block + kBlockBitmap + 2 * word);
+    return ReadLittleEndian<std::uint16_t>(block + kBlockBitmap + std::ptrdiff_t{2} * word);
 }
 
 constexpr std::uint16_t SlotMask(int slot) {
@@ -29,7 +29,7 @@ inline void SetSlotLive(std::uint8_t* block, int slot, bool live) {
     const int word = slot / kBitsPerWord;
     const std::uint16_t others =
         BitmapWord(block, word) & static_cast<std::uint16_t>(~SlotMask(slot));
-    WriteLittleEndian(block + kBlockBitmap + 2 * word,
+    WriteLittleEndian(block + kBlockBitmap + std::ptrdiff_t{2} * word,
                       static_cast<std::uint16_t>(live ? others | SlotMask(slot) : others));
 }
 

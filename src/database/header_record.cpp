@@ -13,11 +13,11 @@ namespace {
 alignas(double) std::uint8_t headerRecord[kHeaderRecordSize];
 
 std::uint8_t* TableEntry(int table, int type) {
-    return DeclaredPlace(kDeclareHeaderRecord) + table + 4 * type;
+    return DeclaredPlace(kDeclareHeaderRecord) + table + std::ptrdiff_t{4} * type;
 }
 
 std::uint8_t* FingerEntry(int kind) {
-    return DeclaredPlace(kDeclareIndexFinger) + 4 * kind;
+    return DeclaredPlace(kDeclareIndexFinger) + std::ptrdiff_t{4} * kind;
 }
 
 }  // namespace
@@ -37,7 +37,8 @@ std::string ModelTitle() {
 
 std::int32_t ActiveId(int type) {
     return type >= 0 && type < kEntityTypeCount
-               ? ReadLittleEndian<std::int32_t>(headerRecord + kHeaderActiveId + 4 * type)
+               ? ReadLittleEndian<std::int32_t>(headerRecord + kHeaderActiveId +
+                                                std::ptrdiff_t{4} * type)
                : 0;
 }
 
@@ -75,9 +76,10 @@ void InitHeaderRecord(double version) {
     std::memset(headerRecord, 0, sizeof headerRecord);
     WriteLittleEndian(headerRecord + kHeaderVersion, version);
     for (int type = 0; type < kEntityTypeCount; ++type) {
-        WriteLittleEndian(headerRecord + kHeaderLowestId + 4 * type, kNoId);
-        WriteLittleEndian(headerRecord + kHeaderIdStep + 4 * type, std::int32_t{1});
-        WriteLittleEndian(headerRecord + kHeaderNextFreeId + 4 * type, std::int32_t{1});
+        WriteLittleEndian(headerRecord + kHeaderLowestId + std::ptrdiff_t{4} * type, kNoId);
+        WriteLittleEndian(headerRecord + kHeaderIdStep + std::ptrdiff_t{4} * type, std::int32_t{1});
+        WriteLittleEndian(headerRecord + kHeaderNextFreeId + std::ptrdiff_t{4} * type,
+                          std::int32_t{1});
     }
 }
 

@@ -13,7 +13,7 @@ namespace mod2neu {
 namespace {
 
 std::uint8_t* RecordAt(EntityType type, const RecordPlace& place) {
-    return place.bytes + kBlockRecords + place.index * EntityRecordSize(type);
+    return place.bytes + kBlockRecords + std::ptrdiff_t{place.index} * EntityRecordSize(type);
 }
 
 // Slots of a block whose first ID is `firstId`; the last block of the range of IDs has fewer than
@@ -213,7 +213,7 @@ const std::uint8_t* RecordWalk::NextInBlock() {
         return nullptr;
     }
     id_ = blockStart_ + slot;
-    return block + kBlockRecords + slot * recordSize_;
+    return block + kBlockRecords + std::ptrdiff_t{slot} * recordSize_;
 }
 
 const std::uint8_t* RecordWalk::EnterNextBlock() {

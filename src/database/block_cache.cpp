@@ -30,9 +30,13 @@
 #include "database/block_cache.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
+#include <limits>
+#include <memory>
 #include <new>
+#include <span>
 #include <vector>
 
 #include "database/block_hints.h"
@@ -55,6 +59,24 @@ constexpr int kMostBuffers = 1024;
 constexpr int kNeededBuffers = 6;
 constexpr BlockPlace kNoPlace;
 
+// A buffer and the group of consecutive blocks that it holds, or the one block of the group that
+// was asked for so far.
+struct CacheBuffer {
+    std::uint16_t firstLoaded = 0;    // slots before this one have not been read
+    std::uint16_t blocksPresent = 0;  // the slot behind the last block that has been read
+    bool whole = false;               // every block that the file has of the group has been read
+    bool dirty = false;               // changed since it was last written
+    std::unique_ptr<std::uint8_t[]> data;
+};
+
+// What is looked through for every group that is not in memory, one array each, so that the
+// compiler can take several buffers at once.
+struct BufferTable {
+    std::array<std::uint32_t, kMostBuffers> groupStarts{};  // the first block's number; 0: none
+    std::array<std::uint32_t, kMostBuffers> lastUses{};     // clock of the cache at the last use
+    std::array<std::uint16_t, kMostBuffers> blocksInUse{};  // the slot behind the last one in use
+};
+
 struct BlockSlot {
     bool chained = false;
     BlockPlace next;
@@ -63,6 +85,7 @@ struct BlockSlot {
 
 struct CacheState {
     std::unique_ptr<CacheBuffer[]> buffers;
+    BufferTable table;
     std::unique_ptr<BlockSlot[]> slots;  // blocksPerBuffer for every buffer
     std::unique_ptr<BlockPlace[]> chains;
     int chainBits = 0;
@@ -97,12 +120,31 @@ BlockPlace& ChainOf(EntityType kind, BlockKey key) {
     return cache.chains[hash >> (64 - cache.chainBits)];
 }
 
+std::size_t BufferCount() {
+    return static_cast<std::size_t>(cache.bufferCount);
+}
+
+template <class Value>
+Value Smallest(std::span<Value> values) {
+    Value smallest = std::numeric_limits<Value>::max();
+    for (const Value value : values) {
+        smallest = std::min(smallest, value);
+    }
+    return smallest;
+}
+
+// The first place of a value that is there.
+template <class Value>
+std::uint16_t IndexIn(std::span<Value> values, Value value) {
+    return static_cast<std::uint16_t>(std::ranges::find(values, value) - values.begin());
+}
+
 bool IsInUse(BlockPlace place) {
     if (place.buffer >= cache.bufferCount) {
         return false;
     }
-    const CacheBuffer& buffer = cache.buffers[place.buffer];
-    return place.slot < buffer.blocksInUse && place.slot >= buffer.firstLoaded;
+    return place.slot < cache.table.blocksInUse[place.buffer] &&
+           place.slot >= cache.buffers[place.buffer].firstLoaded;
 }
 
 bool AllocateTables() {
@@ -164,9 +206,10 @@ void NoteBlocksRead(std::uint32_t first, std::size_t count) try {
 
 // Reads the blocks of the buffer's group from slot `first` up to `end`, zeros where there are none.
 // The number of whole blocks read and, in `failed`, whether reading them failed.
-std::size_t ReadSlots(CacheBuffer& buffer, std::size_t first, std::size_t end, bool& failed) {
+std::size_t ReadSlots(std::uint16_t index, std::size_t first, std::size_t end, bool& failed) {
+    const CacheBuffer& buffer = cache.buffers[index];
     const std::size_t size = (end - first) * kBlockSize;
-    const auto number = buffer.groupStart + static_cast<std::uint32_t>(first);
+    const auto number = cache.table.groupStarts[index] + static_cast<std::uint32_t>(first);
     const std::int64_t got = ReadWorkingFile(number, SlotData(buffer, first), size);
     failed = got < 0;
     const auto blocks = static_cast<std::size_t>(std::max<std::int64_t>(got, 0)) / kBlockSize;
@@ -178,12 +221,13 @@ std::size_t ReadSlots(CacheBuffer& buffer, std::size_t first, std::size_t end, b
 // Counts and chains the blocks from slot `first` up to `end`, which have just been read.
 void AdmitBlocks(std::uint16_t index, std::size_t first, std::size_t end) {
     CacheBuffer& buffer = cache.buffers[index];
+    std::uint16_t& blocksInUse = cache.table.blocksInUse[index];
     for (std::size_t i = first; i < end; ++i) {
         const auto slot = static_cast<std::uint16_t>(i);
         const std::uint8_t* block = SlotData(buffer, slot);
         if (KindOfBlock(block) != kNeverUsed) {
-            buffer.blocksInUse = std::max(buffer.blocksInUse, static_cast<std::uint16_t>(slot + 1));
-            if (IsChainable(block, buffer.groupStart + slot)) {
+            blocksInUse = std::max(blocksInUse, static_cast<std::uint16_t>(slot + 1));
+            if (IsChainable(block, cache.table.groupStarts[index] + slot)) {
                 LinkCachedBlock({index, slot});
             }
         }
@@ -195,13 +239,14 @@ void AdmitBlocks(std::uint16_t index, std::size_t first, std::size_t end) {
 // when nothing could be read; the buffer is all zeros then.
 bool FillBuffer(BlockPlace place, bool required) {
     CacheBuffer& buffer = cache.buffers[place.buffer];
-    const bool follows = buffer.groupStart == cache.lastGroupRead + cache.blocksPerBuffer;
-    cache.lastGroupRead = buffer.groupStart;
+    const std::uint32_t groupStart = cache.table.groupStarts[place.buffer];
+    const bool follows = groupStart == cache.lastGroupRead + cache.blocksPerBuffer;
+    cache.lastGroupRead = groupStart;
     buffer.whole = !required || !cache.hasReused || follows;
     buffer.firstLoaded = buffer.whole ? std::uint16_t{0} : place.slot;
     const std::size_t end = buffer.whole ? cache.blocksPerBuffer : place.slot + std::size_t{1};
     bool failed = false;
-    const std::size_t blocks = ReadSlots(buffer, buffer.firstLoaded, end, failed);
+    const std::size_t blocks = ReadSlots(place.buffer, buffer.firstLoaded, end, failed);
     AdmitBlocks(place.buffer, buffer.firstLoaded, buffer.firstLoaded + blocks);
     return blocks > 0;
 }
@@ -213,10 +258,10 @@ bool CompleteBuffer(std::uint16_t index) {
     const std::size_t before = buffer.firstLoaded;
     const std::size_t behind = before + 1;
     bool failed = false;
-    if (ReadSlots(buffer, 0, before, failed) != before) {
+    if (ReadSlots(index, 0, before, failed) != before) {
         return false;
     }
-    const std::size_t blocks = ReadSlots(buffer, behind, cache.blocksPerBuffer, failed);
+    const std::size_t blocks = ReadSlots(index, behind, cache.blocksPerBuffer, failed);
     if (failed) {
         return false;
     }
@@ -228,13 +273,13 @@ bool CompleteBuffer(std::uint16_t index) {
 }
 
 bool FindGroup(std::uint32_t groupStart, std::uint16_t& buffer) {
-    const CacheBuffer* begin = cache.buffers.get();
-    const CacheBuffer* end = begin + cache.bufferCount;
-    const CacheBuffer* found = std::find_if(begin, end, [&](const CacheBuffer& candidate) {
-        return candidate.groupStart == groupStart;
-    });
-    buffer = static_cast<std::uint16_t>(found - begin);
-    return found != end;
+    const std::span groups(cache.table.groupStarts.data(), BufferCount());
+    bool found = false;
+    for (const std::uint32_t group : groups) {
+        found |= group == groupStart;
+    }
+    buffer = found ? IndexIn(groups, groupStart) : std::uint16_t{0};
+    return found;
 }
 
 bool ReportWriteFailure() {
@@ -243,15 +288,17 @@ bool ReportWriteFailure() {
     return false;
 }
 
-bool WriteIfDirty(CacheBuffer& buffer) {
+bool WriteIfDirty(std::uint16_t index) {
+    CacheBuffer& buffer = cache.buffers[index];
     if (!buffer.dirty) {
         return true;
     }
     cache.changed = true;
     const std::size_t first = buffer.firstLoaded;
-    if (buffer.blocksInUse > first &&
-        !WriteWorkingFile(buffer.groupStart + static_cast<std::uint32_t>(first),
-                          SlotData(buffer, first), (buffer.blocksInUse - first) * kBlockSize)) {
+    const std::size_t end = cache.table.blocksInUse[index];
+    if (end > first &&
+        !WriteWorkingFile(cache.table.groupStarts[index] + static_cast<std::uint32_t>(first),
+                          SlotData(buffer, first), (end - first) * kBlockSize)) {
         return ReportWriteFailure();
     }
     buffer.dirty = false;
@@ -260,12 +307,12 @@ bool WriteIfDirty(CacheBuffer& buffer) {
 
 void EmptyBuffer(std::uint16_t index) {
     CacheBuffer& buffer = cache.buffers[index];
-    for (std::uint16_t slot = buffer.firstLoaded; slot < buffer.blocksInUse; ++slot) {
+    for (std::uint16_t slot = buffer.firstLoaded; slot < cache.table.blocksInUse[index]; ++slot) {
         UnlinkCachedBlock({index, slot});
     }
-    buffer.blocksInUse = 0;
+    cache.table.blocksInUse[index] = 0;
     buffer.blocksPresent = 0;
-    buffer.groupStart = 0;
+    cache.table.groupStarts[index] = 0;
     buffer.whole = false;
 }
 
@@ -276,8 +323,8 @@ bool WriteHeaderRecord() {
 }
 
 bool WriteAllBuffers() {
-    for (int i = 0; i < cache.bufferCount; ++i) {
-        if (!WriteIfDirty(cache.buffers[static_cast<std::size_t>(i)])) {
+    for (std::size_t i = 0; i < BufferCount(); ++i) {
+        if (!WriteIfDirty(static_cast<std::uint16_t>(i))) {
             return false;
         }
     }
@@ -386,34 +433,27 @@ bool ReadBlockGroup(bool required, std::uint32_t block, BlockPlace& place) {
         if (!GetFreeBuffer(place.buffer)) {
             return false;
         }
-        CacheBuffer& buffer = cache.buffers[place.buffer];
-        buffer.groupStart = groupStart;
-        buffer.blocksPresent = 0;
+        cache.table.groupStarts[place.buffer] = groupStart;
+        cache.buffers[place.buffer].blocksPresent = 0;
         if (!FillBuffer(place, required) && required) {
-            buffer.groupStart = 0;
+            cache.table.groupStarts[place.buffer] = 0;
         }
     }
     return !required || IsBlockPresent(place);
 }
 
 bool GetFreeBuffer(std::uint16_t& buffer) {
-    std::uint32_t smallest = 0xFFFFFFFF;
-    buffer = 0;
-    for (int i = 0; i < cache.bufferCount; ++i) {
-        const CacheBuffer& candidate = cache.buffers[static_cast<std::size_t>(i)];
-        if (candidate.blocksInUse == 0) {
-            buffer = static_cast<std::uint16_t>(i);
-            return true;
-        }
-        if (candidate.lastUse < smallest) {
-            smallest = candidate.lastUse;
-            buffer = static_cast<std::uint16_t>(i);
-        }
+    const std::span blocksInUse(cache.table.blocksInUse.data(), BufferCount());
+    if (Smallest(blocksInUse) == 0) {
+        buffer = IndexIn(blocksInUse, std::uint16_t{0});
+        return true;
     }
     if (cache.bufferCount < cache.maxBuffers && AddCacheBuffer()) {
         buffer = static_cast<std::uint16_t>(HighestBuffer());
         return true;
     }
+    const std::span lastUses(cache.table.lastUses.data(), BufferCount());
+    buffer = IndexIn(lastUses, Smallest(lastUses));
     cache.hasReused = true;
     return WriteBack(buffer);
 }
@@ -436,10 +476,11 @@ bool WriteBack(int buffer) {
     if (buffer == kAllBuffers) {
         return WriteAllBuffers();
     }
-    if (!WriteIfDirty(cache.buffers[static_cast<std::size_t>(buffer)])) {
+    const auto index = static_cast<std::uint16_t>(buffer);
+    if (!WriteIfDirty(index)) {
         return false;
     }
-    EmptyBuffer(static_cast<std::uint16_t>(buffer));
+    EmptyBuffer(index);
     return true;
 }
 
@@ -491,12 +532,12 @@ void MarkChanged(BlockPlace place) {
 
 void MarkInUse(BlockPlace place) {
     MarkChanged(place);
-    CacheBuffer& buffer = cache.buffers[place.buffer];
-    buffer.blocksInUse = std::max(buffer.blocksInUse, static_cast<std::uint16_t>(place.slot + 1));
+    std::uint16_t& blocksInUse = cache.table.blocksInUse[place.buffer];
+    blocksInUse = std::max(blocksInUse, static_cast<std::uint16_t>(place.slot + 1));
 }
 
 std::uint32_t TouchBuffer(std::uint16_t buffer) {
-    std::uint32_t& lastUse = cache.buffers[buffer].lastUse;
+    std::uint32_t& lastUse = cache.table.lastUses[buffer];
     lastUse = cache.useClock == 0xFFFFFFFF ? 0 : cache.useClock++;
     return lastUse;
 }
@@ -515,7 +556,7 @@ std::uint8_t* BlockAt(BlockPlace place) {
 }
 
 std::uint32_t BlockNumberAt(BlockPlace place) {
-    return cache.buffers[place.buffer].groupStart + place.slot;
+    return cache.table.groupStarts[place.buffer] + place.slot;
 }
 
 bool IsBlockPresent(BlockPlace place) {
@@ -559,8 +600,12 @@ int HighestBuffer() {
     return cache.bufferCount - 1;
 }
 
-const CacheBuffer& BufferAt(int buffer) {
-    return cache.buffers[static_cast<std::size_t>(buffer)];
+std::uint32_t GroupStartAt(std::uint16_t buffer) {
+    return cache.table.groupStarts[buffer];
+}
+
+int BlocksInUseAt(std::uint16_t buffer) {
+    return cache.table.blocksInUse[buffer];
 }
 
 }  // namespace mod2neu

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "database/block_format.h"
 #include "database/block_place.h"
@@ -9,19 +8,6 @@
 namespace mod2neu {
 
 constexpr int kAllBuffers = -1;
-
-// A buffer and the group of consecutive blocks that it holds, or the one block of the group that
-// was asked for so far.
-struct CacheBuffer {
-    std::uint32_t lastUse = 0;        // clock of the cache at the last use
-    std::uint32_t groupStart = 0;     // number of the first block; 0: no group
-    std::uint16_t firstLoaded = 0;    // slots before this one have not been read
-    std::uint16_t blocksInUse = 0;    // the slot behind the last block in use
-    std::uint16_t blocksPresent = 0;  // the slot behind the last block that has been read
-    bool whole = false;               // every block that the file has of the group has been read
-    bool dirty = false;               // changed since it was last written
-    std::unique_ptr<std::uint8_t[]> data;
-};
 
 // Sets up the cache by the settings, with a clear generation stamp for a new database. A failure
 // has been shown and leaves nothing allocated.
@@ -101,8 +87,10 @@ void SetLastLocated(EntityType kind, BlockPlace place);
 bool DatabaseChanged();
 void SetDatabaseChanged();
 
-// For inspection: buffers run from 0 to HighestBuffer.
+// For inspection: buffers run from 0 to HighestBuffer. The number of a buffer's first block is 0
+// when it holds no group; the blocks in use are counted up to the last one.
 int HighestBuffer();
-const CacheBuffer& BufferAt(int buffer);
+std::uint32_t GroupStartAt(std::uint16_t buffer);
+int BlocksInUseAt(std::uint16_t buffer);
 
 }  // namespace mod2neu

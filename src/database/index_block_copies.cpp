@@ -12,7 +12,7 @@ namespace mod2neu {
 
 namespace {
 
-constexpr std::size_t kMostCopies = 4096;
+constexpr std::size_t kMostCopies = 5500;
 
 struct IndexBlockCopy {
     std::uint32_t number = 0;

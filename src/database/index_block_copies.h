@@ -7,7 +7,7 @@ namespace mod2neu {
 // Copies of index blocks that were read one at a time. In an old model, whose blocks lie in any
 // order, every step along a chain of index entries leads to another index block, and the cache has
 // dropped its group since the last visit. The copies spare half of all reads there. They hold at
-// most 8 MB, which is every index block of a model of 1 GB; memory that cannot be had means more
+// most 11 MB, which is every index block of a model of 1.3 GB; memory that cannot be had means more
 // reads and nothing else.
 
 // True when the block was copied to `block`.

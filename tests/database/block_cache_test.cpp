@@ -38,8 +38,8 @@ TEST_F(BlockCacheTest, GroupsStartBehindTheHeaderRecord) {
                           Case{126, 123, 3, 20}, Case{143, 143, 0, 12}, Case{154, 143, 11, 12}}) {
         ASSERT_TRUE(ReadBlockGroup(true, c.block, place));
         EXPECT_EQ(place.slot, c.slot) << c.block;
-        EXPECT_EQ(BufferAt(place.buffer).groupStart, c.groupStart) << c.block;
-        EXPECT_EQ(BufferAt(place.buffer).blocksInUse, c.blocksInUse) << c.block;
+        EXPECT_EQ(GroupStartAt(place.buffer), c.groupStart) << c.block;
+        EXPECT_EQ(BlocksInUseAt(place.buffer), c.blocksInUse) << c.block;
         EXPECT_EQ(BlockNumberAt(place), c.block);
     }
     files.calls.clear();

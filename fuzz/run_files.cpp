@@ -96,12 +96,8 @@ std::int64_t RunFiles::ReadAt(FileHandle handle, std::int64_t offset, void* buff
     const std::string_view bytes = handle == kModelHandle
                                        ? file.bytes
                                        : std::string_view(file.written.data(), file.written.size());
-    const auto position = static_cast<std::size_t>(offset);
-    const std::size_t count = std::min(size, bytes.size() - std::min(position, bytes.size()));
-    if (count > 0) {
-        std::memcpy(buffer, bytes.data() + position, count);
-    }
-    return static_cast<std::int64_t>(count);
+    const std::size_t start = std::min(static_cast<std::size_t>(offset), bytes.size());
+    return static_cast<std::int64_t>(bytes.copy(static_cast<char*>(buffer), size, start));
 }
 
 std::int64_t RunFiles::Write(FileHandle handle, const void* data, std::size_t size) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 
 #include "blocks/conversion_fixture.h"
 
@@ -47,26 +48,27 @@ class PropertyBlockTest : public ConversionTest {
 
 TEST_F(PropertyBlockTest, LaminateIsTheRoundedValue55) {
     const Lines none = {"0,"};
-    const Lines two = PutLaminate(2, 7, 1, 7);
-    const Lines three = PutLaminate(3, 3, 2, 3);
-    const Lines last = PutLaminate(99999999, 1, 1, 1);
+    std::vector<std::pair<std::string, Lines>> laminates = {{"2.4", PutLaminate(2, 7, 1, 7)},
+                                                            {"2.5", PutLaminate(3, 3, 2, 3)}};
+    laminates.insert(laminates.end(),
+                     {{"1.5", laminates[0].second}, {"3.49", laminates[1].second}});
     PutLaminate(1, 3, 1, 3);
-    const std::pair<const char*, Lines> laminates[] = {
-        {"2.4", two},
-        {"2.5", three},
-        {"1.5", two},
-        {"3.49", three},
-        {"99999999.", last},
-        // Values that name none, for want of such an ID or of a number.
-        {"0.4", none},
-        {"-2.5", none},
-        {"12.", none},
-        {"1.E+300", none},
-        {"2147483648.", none},
-        {"4294967297.", none},
-        {"inf", none},
-        {"-inf", none},
-        {"nan", none}};
+    // Values that name none, for want of such an ID or of a number.
+    for (const char* value :
+         {"0.4", "-2.5", "12.", "1.E+300", "2147483648.", "4294967297.", "inf", "-inf", "nan"}) {
+        laminates.emplace_back(value, none);
+    }
+    // Plies that are claimed, records to hold 80 each, and plies that are written.
+    const std::array<int, 3> chains[] = {{0, 1, 0},   {80, 1, 80},         {80, 2, 80},
+                                         {81, 2, 81}, {81, 1, 80},         {240, 3, 240},
+                                         {-1, 1, 0},  {2147483647, 2, 160}};
+    int laminate = 99999990;
+    for (const auto& [total, records, plies] : chains) {
+        ++laminate;
+        laminates.emplace_back(Cat(laminate, "."), PutLaminate(laminate, total, records, plies));
+    }
+    laminates.emplace_back(Cat(++laminate, "."), none);
+    Put({57, 1928}, laminate, 2, "");  // a chain that does not start with record 1
     Lines expected;
     for (const auto& [value, lines] : laminates) {
         for (const int kind : {2, 5, 8}) {
@@ -76,25 +78,7 @@ TEST_F(PropertyBlockTest, LaminateIsTheRoundedValue55) {
     for (const int kind : {-2, 0, 1, 3, 4, 6, 7, 9, 17, 258}) {
         expected += PutProperty(kind, "2.") + none;
     }
-    ExpectBlock(402, expected, 52, "Property");
-}
-
-TEST_F(PropertyBlockTest, PliesRunThroughTheChainOfRecords) {
-    struct Case {
-        int total, records, plies;
-    };
-    const Case cases[] = {{0, 1, 0},   {80, 1, 80},   {80, 2, 80}, {81, 2, 81},
-                          {81, 1, 80}, {240, 3, 240}, {-1, 1, 0},  {2147483647, 2, 160}};
-    Lines expected;
-    int laminate = 50;
-    for (const auto& [total, records, plies] : cases) {
-        expected += PutProperty(5, Cat(laminate, "."));
-        expected += PutLaminate(laminate++, total, records, plies);
-    }
-    // A chain that does not start with record 1 is none.
-    expected += PutProperty(5, Cat(laminate, ".")) + Lines{"0,"};
-    Put({57, 1928}, laminate, 2, "");
-    ExpectBlock(402, expected);
+    ExpectBlock(402, expected, 76, "Property");
 }
 
 TEST_F(DefinitionBlocksTest, OutputDataIsStoredUnderTheKeyOfItsVector) {

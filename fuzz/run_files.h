@@ -43,8 +43,6 @@ class RunFiles final : public FileServices {
     std::int64_t Read(FileHandle file, void* buffer, std::size_t size) override;
     std::int64_t ReadAt(FileHandle file, std::int64_t offset, void* buffer,
                         std::size_t size) override;
-    std::int64_t ReadAt(FileHandle file, std::int64_t offset, void* buffer,
-                        std::size_t size) override;
     std::int64_t Write(FileHandle file, const void* data, std::size_t size) override;
     std::int64_t CopyRange(FileHandle /*from*/, FileHandle /*to*/, std::size_t /*size*/) override {
         return -1;

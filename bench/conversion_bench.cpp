@@ -33,7 +33,8 @@ struct Job {
     const char* shape;
     BlockOrder order;
     std::int32_t entities;
-    bool showsGrowth;  // beside the job before, which is half as large
+    bool showsGrowth;         // beside the job before, which is half as large
+    bool onTerminal = false;  // once more with a terminal to draw its progress on
 };
 
 // clang-format off
@@ -41,7 +42,7 @@ constexpr Job kJobs[] = {
     {"plain",   BlockOrder::kSorted,    100000, false},
     {"plain",   BlockOrder::kShuffled,  100000, false},
     {"plain",   BlockOrder::kSorted,    500000, false},
-    {"plain",   BlockOrder::kSorted,   1000000, true},
+    {"plain",   BlockOrder::kSorted,   1000000, true, true},
     {"plain",   BlockOrder::kShuffled,  500000, false},
     {"plain",   BlockOrder::kShuffled, 1000000, true},
     {"vectors", BlockOrder::kSorted,     50000, false},
@@ -84,15 +85,35 @@ double Seconds(const timeval& time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
 
-[[noreturn]] void RunAsChild(std::vector<std::string> command, const std::string& output,
-                             const std::string& temp) {
+enum class Screen { kNone, kTerminal };
+
+// The two ends of a pseudo-terminal; the outer one stands for the person before it.
+struct Terminal {
+    int outer = -1;
+    std::string inner;
+};
+
+Terminal OpenTerminal() {
+    Terminal terminal;
+    terminal.outer = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal.outer < 0 || ::grantpt(terminal.outer) != 0 || ::unlockpt(terminal.outer) != 0) {
+        GiveUp("cannot open a terminal");
+    }
+    terminal.inner = ::ptsname(terminal.outer);
+    return terminal;
+}
+
+[[noreturn]] void RunAsChild(std::vector<std::string> command, const std::string& input,
+                             const std::string& output, const std::string& temp) {
+    ::setsid();
     const int sink = ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    const int source = ::open("/dev/null", O_RDONLY);
+    const int source = ::open(input.c_str(), O_RDONLY);
     if (sink < 0 || source < 0 || ::dup2(source, 0) < 0 || ::dup2(sink, 1) < 0 ||
         ::dup2(sink, 2) < 0) {
         ::_exit(127);
     }
     ::setenv("TEMP", temp.c_str(), 1);
+    ::setenv("TERM", "xterm", 1);
     std::vector<char*> arguments;
     for (std::string& argument : command) {
         arguments.push_back(argument.data());
@@ -102,13 +123,31 @@ double Seconds(const timeval& time) {
     ::_exit(127);
 }
 
-// What the command costs from its start to its end. What it prints goes to the file `output`.
+// Takes what is drawn until the program is gone.
+std::int64_t Watch(int terminal) {
+    std::int64_t drawn = 0;
+    char text[4096];
+    for (ssize_t size = 0; (size = ::read(terminal, text, sizeof text)) > 0;) {
+        drawn += size;
+    }
+    (void)::close(terminal);
+    return drawn;
+}
+
+// What the command costs from its start to its end. What it prints goes to the file `output`, or
+// to a terminal.
 Cost Measure(const std::vector<std::string>& command, const std::string& output,
-             const std::string& temp) {
+             const std::string& temp, Screen screen = Screen::kNone) {
+    const bool drawn = screen == Screen::kTerminal;
+    const Terminal terminal = drawn ? OpenTerminal() : Terminal();
     const auto start = std::chrono::steady_clock::now();
     const pid_t child = ::fork();
     if (child == 0) {
-        RunAsChild(command, output, temp);
+        RunAsChild(command, drawn ? terminal.inner : "/dev/null", drawn ? terminal.inner : output,
+                   temp);
+    }
+    if (drawn && Watch(terminal.outer) == 0) {
+        GiveUp("nothing was drawn on the terminal");
     }
     int status = 0;
     rusage usage{};
@@ -196,10 +235,10 @@ const char* NameOf(BlockOrder order) {
     return order == BlockOrder::kSorted ? "sorted" : "shuffled";
 }
 
-Cost Convert(const Place& place) {
+Cost Convert(const Place& place, Screen screen) {
     fs::remove(place.Neutral());
     const Cost cost =
-        Measure({MOD2NEU_PROGRAM, place.Model().string()}, place.Printed(), place.Temp());
+        Measure({MOD2NEU_PROGRAM, place.Model().string()}, place.Printed(), place.Temp(), screen);
     if (!fs::is_empty(place.Temp())) {
         GiveUp("the working copy was left behind");
     }
@@ -223,6 +262,7 @@ Cost RunFloor(const Place& place, std::int32_t entities) {
 struct Result {
     Cost cost;
     Cost floor;
+    Cost onTerminal;
     bool hasFloor = false;
     double modelSize = 0;  // MB
     double textSize = 0;   // MB
@@ -245,7 +285,10 @@ Result RunJob(const Job& job, std::int32_t entities, int runs, const std::string
         if (result.hasFloor) {
             result.floor.TakeBest(RunFloor(place, entities));
         }
-        result.cost.TakeBest(Convert(place));
+        result.cost.TakeBest(Convert(place, Screen::kNone));
+        if (job.onTerminal) {
+            result.onTerminal.TakeBest(Convert(place, Screen::kTerminal));
+        }
     }
     if (result.hasFloor && !HaveSameBytes(place.Neutral(), place.FloorText())) {
         GiveUp("the floor did not write the same bytes");
@@ -307,6 +350,12 @@ void PrintResult(const Job& job, std::int32_t entities, const Result& result, co
     PrintRatio(result.cost, result.hasFloor ? &result.floor : nullptr);
     PrintRatio(result.cost, half != nullptr ? &half->cost : nullptr);
     std::printf("%8.1f\n", result.cost.memory - emptyMemory);
+    if (job.onTerminal) {
+        PrintRow("the same, drawing its progress on a terminal", result.onTerminal, result);
+        PrintRatio(result.onTerminal, &result.floor);
+        PrintRatio(result.onTerminal, nullptr);
+        std::printf("%8.1f\n", result.onTerminal.memory - emptyMemory);
+    }
     (void)std::fflush(stdout);
 }
 

@@ -10,6 +10,7 @@
 namespace {
 
 using mod2neu::ModelBuilder;
+using mod2neu::RecordImage;
 using mod2neu::RichModel;
 
 bool Write(const std::string& path, const ModelBuilder& model) {
@@ -18,6 +19,17 @@ bool Write(const std::string& path, const ModelBuilder& model) {
     file.write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
     return file.good();
+}
+
+// More tables of one kind than the engine keeps hints for.
+ModelBuilder ManyVectors() {
+    ModelBuilder model = RichModel({.parts = 0});
+    model.Add(28, 1, 1, RecordImage(mod2neu::RichRecordSize(28)));
+    for (int vector = 1; vector <= 12; ++vector) {
+        model.Add(29, 1, vector, RecordImage(mod2neu::RichRecordSize(29)).I32(0, vector));
+        model.Add(30, vector, vector, RecordImage(mod2neu::RichRecordSize(30)));
+    }
+    return model;
 }
 
 // Every part of a model alone, so that inputs are small and quick; then one whose blocks lie far
@@ -32,6 +44,7 @@ bool WriteSeeds(const std::string& directory) {
     }
     good &= Write(directory + "/lists_in_database",
                   RichModel({.parts = mod2neu::kIdListPart}).FreeBlocks(6).Header(456, {5, 0}));
+    good &= Write(directory + "/many_vectors", ManyVectors());
     good &= Write(directory + "/two_runs",
                   RichModel({.parts = mod2neu::kMeshPart | mod2neu::kIdListPart})
                       .FreeBlocks(2)

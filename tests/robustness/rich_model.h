@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 #include "support/model_builder.h"
 
 namespace mod2neu {
@@ -32,8 +30,5 @@ struct RichModelOptions {
 // A model with records of every kind that is read, in which every key leads to the table that it
 // names: 60 to 70 data blocks at scale 1. Blocks lie in order, without free ones.
 ModelBuilder RichModel(const RichModelOptions& options = {});
-
-// Bytes of a record of `type`; 0 when there are no such records.
-std::size_t RichRecordSize(int type);
 
 }  // namespace mod2neu

@@ -14,20 +14,23 @@
 #include "shell/session.h"
 #include "shell/startup.h"
 #include "shell/status_window.h"
+#include "support/recording_desktop.h"
 
 namespace mod2neu {
 
 namespace {
 
+constexpr const char* kRunNeutral = "/models/wing.neu";
+
 struct FatalEnd {};
 
-Lines SplitLines(const std::string& text) {
-    Lines lines;
-    for (std::size_t start = 0, end; (end = text.find("\r\n", start)) != std::string::npos;
-         start = end + 2) {
-        lines.push_back(text.substr(start, end - start));
-    }
-    return lines;
+// Back to the state at program start.
+void ResetProgram() {
+    CloseNeutralStream();
+    ResetDatabase();
+    ResetSession();
+    ResetMessages();
+    ResetStatusWindow();
 }
 
 RunResult Run(MemoryFiles& files, void (*convert)()) {
@@ -35,22 +38,22 @@ RunResult Run(MemoryFiles& files, void (*convert)()) {
     const RecordingDesktop desktop;
     const std::string model = files.Bytes(kRunModel);
     RunResult result;
+    result.harmless = true;
     SetFatalHandler([] { throw FatalEnd(); });
     try {
         convert();
     } catch (const FatalEnd&) {
-        result.fatal = true;
+        result.harmless = false;
     }
     SetFatalHandler(nullptr);
     CloseWorkingFile();  // as the program does at its end
-    result.openHandles = files.OpenHandles();
+    result.harmless &= files.OpenHandles() == 0 && files.Bytes(kRunModel) == model;
     result.calls = files.calls.size();
     ResetProgram();
     result.neutral = files.Bytes(kRunNeutral);
     result.blocks = BlocksOf(result.neutral);
     result.boxes = desktop.BoxTexts();
     result.paths = files.Paths();
-    result.modelKept = files.Bytes(kRunModel) == model;
     return result;
 }
 
@@ -60,11 +63,8 @@ void ConvertWithSmallCache() {
     CreateStatusWindow();
     LoadEntityTypeNames();
     DeclareCatalogue();
-    DatabaseSettings settings;
-    settings.BlocksPerBuffer = 1;
-    settings.MinBuffers = 5;
-    settings.MaxBuffers = 5;
-    SetDatabaseSettings(settings);
+    SetDatabaseSettings(
+        {.scratchDirectory = {}, .BlocksPerBuffer = 1, .MinBuffers = 5, .MaxBuffers = 5});
     if (OpenDatabase()) {
         ConvertToNeutral(9, kRunNeutral, 8);
         CloseModelSession();
@@ -74,16 +74,7 @@ void ConvertWithSmallCache() {
 }  // namespace
 
 bool RunResult::IsClean() const {
-    return modelKept && !fatal && openHandles == 0 &&
-           paths == std::vector<std::string>{kRunModel, kRunNeutral};
-}
-
-void ResetProgram() {
-    CloseNeutralStream();
-    ResetDatabase();
-    ResetSession();
-    ResetMessages();
-    ResetStatusWindow();
+    return harmless && paths == std::vector<std::string>{kRunModel, kRunNeutral};
 }
 
 RunResult RunOn(MemoryFiles& files) {
@@ -101,18 +92,24 @@ RunResult RunOn(const std::vector<std::uint8_t>& model) {
 }
 
 std::map<int, Lines> BlocksOf(const std::string& neutral) {
-    constexpr std::string_view kFrame = "   -1";
     std::map<int, Lines> blocks;
-    const Lines lines = SplitLines(neutral);
-    for (auto line = lines.begin(); lines.end() - line >= 3;) {
-        const auto end = std::find(line + 2, lines.end(), kFrame);
-        if (*line != kFrame || end == lines.end()) {
-            return {};
+    Lines* block = nullptr;
+    for (std::size_t start = 0, end; (end = neutral.find("\r\n", start)) != std::string::npos;) {
+        const std::string line = neutral.substr(start, end - start);
+        start = end + 2;
+        if (line != "   -1") {
+            if (block == nullptr) {
+                return {};
+            }
+            block->push_back(line);
+        } else if (block != nullptr) {
+            block = nullptr;
+        } else if ((end = neutral.find("\r\n", start)) != std::string::npos) {
+            block = &blocks[std::stoi(neutral.substr(start, end - start))];
+            start = end + 2;
         }
-        blocks[std::stoi(*(line + 1))] += Lines(line + 2, end);
-        line = end + 1;
     }
-    return blocks;
+    return block == nullptr ? blocks : std::map<int, Lines>();
 }
 
 bool IsSubsequence(const Lines& lines, const Lines& all) {

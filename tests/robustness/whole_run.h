@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "support/memory_files.h"
-#include "support/model_builder.h"
 #include "support/record_script.h"
-#include "support/recording_desktop.h"
 
 namespace mod2neu {
 
@@ -18,20 +16,16 @@ struct RunResult {
     std::vector<std::string> boxes;
     std::vector<std::string> paths;  // of the files that are there
     std::size_t calls = 0;           // of the file services
-    std::size_t openHandles = 0;
-    bool modelKept = false;
-    bool fatal = false;  // ended by FatalDatabaseError
 
-    // The model's Neutral file and the model are all that is there, and the model is what it was.
+    // The model is what it was, no file is open, and the program did not end by
+    // FatalDatabaseError.
+    bool harmless = false;
+
+    // Nor is there any file beside the model and its Neutral file.
     [[nodiscard]] bool IsClean() const;
 };
 
 constexpr const char* kRunModel = "/models/wing.MOD";
-constexpr const char* kRunNeutral = "/models/wing.neu";
-constexpr const char* kRunScratch = "/temp/wing.scr";
-
-// Back to the state at program start.
-void ResetProgram();
 
 // Runs the program on the model file in `files`, as from the command line.
 RunResult RunOn(MemoryFiles& files);

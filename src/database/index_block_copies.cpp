@@ -1,7 +1,6 @@
 #include "database/index_block_copies.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <memory>
 
@@ -19,25 +18,31 @@ struct IndexBlockCopy {
     std::unique_ptr<std::uint8_t[]> block;
 };
 
-std::array<IndexBlockCopy, kMostCopies> copies;
+std::unique_ptr<IndexBlockCopy[]> copies;  // kMostCopies of them, from the first one kept on
 
 // Index blocks follow one another at equal distances, so neighbours never share a place.
 IndexBlockCopy& CopyOf(std::uint32_t number) {
     return copies[(number - kFirstIndexBlock) / kIndexRun % kMostCopies];
 }
 
+bool HasCopy(std::uint32_t number) {
+    return copies != nullptr && CopyOf(number).number == number;
+}
+
 }  // namespace
 
 bool FindIndexBlockCopy(std::uint32_t number, std::uint8_t* block) {
-    const IndexBlockCopy& copy = CopyOf(number);
-    if (copy.number != number) {
+    if (!HasCopy(number)) {
         return false;
     }
-    std::memcpy(block, copy.block.get(), kBlockSize);
+    std::memcpy(block, CopyOf(number).block.get(), kBlockSize);
     return true;
 }
 
 void KeepIndexBlockCopy(std::uint32_t number, const std::uint8_t* block) {
+    if (copies == nullptr && (copies = TryAllocate<IndexBlockCopy>(kMostCopies)) == nullptr) {
+        return;
+    }
     IndexBlockCopy& copy = CopyOf(number);
     if (copy.block == nullptr) {
         copy.block = TryAllocate<std::uint8_t>(kBlockSize);
@@ -50,14 +55,14 @@ void KeepIndexBlockCopy(std::uint32_t number, const std::uint8_t* block) {
 
 void ForgetIndexBlockCopies(std::uint32_t first, std::uint32_t count) {
     for (std::uint32_t number = first; number - first < count; ++number) {
-        if (IsIndexBlockPlace(number) && CopyOf(number).number == number) {
+        if (IsIndexBlockPlace(number) && HasCopy(number)) {
             CopyOf(number).number = 0;
         }
     }
 }
 
 void FreeIndexBlockCopies() {
-    copies = {};
+    copies.reset();
 }
 
 }  // namespace mod2neu

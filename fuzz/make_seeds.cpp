@@ -24,10 +24,10 @@ bool Write(const std::string& path, const ModelBuilder& model) {
 // More tables of one kind than the engine keeps hints for.
 ModelBuilder ManyVectors() {
     ModelBuilder model = RichModel({.parts = 0});
-    model.Add(28, 1, 1, RecordImage(mod2neu::RichRecordSize(28)));
+    model.Add(28, 1, 1, RecordImage(304));
     for (int vector = 1; vector <= 12; ++vector) {
-        model.Add(29, 1, vector, RecordImage(mod2neu::RichRecordSize(29)).I32(0, vector));
-        model.Add(30, vector, vector, RecordImage(mod2neu::RichRecordSize(30)));
+        model.Add(29, 1, vector, RecordImage(160).I32(0, vector));
+        model.Add(30, vector, vector, RecordImage(8));
     }
     return model;
 }

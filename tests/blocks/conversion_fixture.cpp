@@ -102,13 +102,11 @@ void ConversionTest::ExpectBlock(int number, const Lines& lines, int count,
                                  const std::string& name) {
     const std::vector<Lines> blocks = Blocks(number);
     ASSERT_EQ(blocks.size(), 1U) << "blocks " << number;
-    const Lines& written = blocks[0];
-    const auto [actual, expected] = std::ranges::mismatch(written, lines);
-    EXPECT_TRUE(actual == written.end() && expected == lines.end())
-        << "block " << number << ", line " << actual - written.begin() + 1 << " of "
-        << written.size() << " (" << lines.size() << " expected):\n  "
-        << (actual == written.end() ? "nothing" : *actual) << "\nis not\n  "
-        << (expected == lines.end() ? "nothing" : *expected);
+    const auto [actual, expected] = std::ranges::mismatch(blocks[0], lines);
+    const auto text = [](const Lines& all, auto line) { return line == all.end() ? "-" : *line; };
+    EXPECT_TRUE(actual == blocks[0].end() && expected == lines.end())
+        << "block " << number << ", line " << actual - blocks[0].begin() + 1 << ":\n  "
+        << text(blocks[0], actual) << "\nis not\n  " << text(lines, expected);
     const std::string report = Cat(count, " ", name, "(s) Translated.");
     EXPECT_EQ(std::ranges::count(desktop_.statusLines, report), name.empty() ? 0 : 1) << report;
 }

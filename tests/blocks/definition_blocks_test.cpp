@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <map>
 
 #include "blocks/conversion_fixture.h"
 
@@ -83,61 +84,56 @@ TEST_F(PropertyBlockTest, LaminateIsTheRoundedValue55) {
 
 TEST_F(DefinitionBlocksTest, OutputDataIsStoredUnderTheKeyOfItsVector) {
     const Lines end = {"-1,0.,"};
-    Lines data[3] = {end, {}, {}};
+    Lines many;
     for (const int id : {1, 2, 245, 246, 99999999}) {
-        data[1] += Put({30, 8}, 700, id, "id d0 /");
+        many += Put({30, 8}, 700, id, "id d0 /");
     }
-    data[1] += end;
-    data[2] = Put({30, 8}, 3, 9, "id d0 /") + end;
+    const std::map<int, Lines> data = {{700, many}, {3, Put({30, 8}, 3, 9, "id d0 /")}};
+    Lines expected;
     for (const int set : {2, 5, 6}) {
         Put({28, 304}, set, "");
-    }
-    struct Case {
-        int set, id, key, data;
-    };
-    const Case cases[] = {{2, 3, 700, 1}, {2, 4, 3, 2},  {2, 9000, 700, 1},    {6, 1, 4, 0},
-                          {6, 2, 0, 0},   {6, 3, -1, 0}, {6, 4, 65536 + 3, 0}, {6, 20, 3, 2}};
-    Lines expected;
-    for (const auto& [set, id, key, which] : cases) {
-        expected += Put({29, 160}, set, id,
-                        Cat("=", set,
-                            " id =1 / s128:32 / d112 d104 d96 / i4*20/10 i124 i120 i84 i88 /"
-                            " b92 c93 b94 /"),
-                        Cat("i0=", key)) +
-                    data[which];
+        int id = 1;
+        for (const int key : {700, 3, 700, 4, 0, -1, 65536 + 3, 3}) {
+            expected += Put({29, 160}, set, id *= 5,
+                            Cat("=", set,
+                                " id =1 / s128:32 / d112 d104 d96 / i4*20/10 i124 i120 i84 i88 /"
+                                " b92 c93 b94 /"),
+                            Cat("i0=", key));
+            expected += (data.contains(key) ? data.at(key) : Lines{}) + end;
+        }
     }
     Put({29, 160}, 7, 1, "");  // of no set
-    ExpectBlock(451, expected, 8, "Output Vector");
+    ExpectBlock(451, expected, 24, "Output Vector");
 }
 
 TEST_F(DefinitionBlocksTest, GroupsBringRulesAndLists) {
-    const std::string script =
-        "id m808 b835 / s809:26 / i460 i464 m468 / h496 h494 h492 i488 d472 d480 / h498 b500 /"
-        " 6[ b507 b501 / d520+24 d528+24 d536+24 / d664+24 d672+24 d680+24 / ] =87 /";
-    const Table ruleTable = {25, 16};
-    const char* rule = "i0 i4 i8 h12 /";
-    const Lines rules = Put(ruleTable, 40, 2, rule) + Put(ruleTable, 40, 99999999, rule);
-    const Lines other = Put(ruleTable, 99999999, 1, rule);
+    const Lines rules =
+        Put({25, 16}, 40, 2, "i0 i4 i8 h12 /") + Put({25, 16}, 40, 99999999, "i0 i4 i8 h12 /");
     const Lines ruleEnd = {"-1,-1,-1,-1,"};
     const Lines end = {"-1,"};
     PutFlags(26, 12, {99999999, 16, 1, 15, 17, 491 * 16, 31, 0});
     const Lines members = {"1,", "15,", "16,", "17,", "31,", "7856,", "99999999,"};
-    PutFlags(26, 40, {5});
-    Put(ruleTable, 12, 2, rule);
-    Lines expected =
-        Put({24, 840}, 7, script, "i0*87=0 i356*23=0 i0=40 i44=99999999 i344=13 i356=12 i444=40");
-    expected += Lines{"0,"} + rules + ruleEnd + Lines{"11,"} + other + ruleEnd + Lines{"86,"} +
+    // A kind of rule or of list is left out when it has no number, and empty when nothing is, or
+    // can be, stored under its number.
+    const auto group = [this](int id, const std::string& numbers) {
+        return Put({24, 840}, id,
+                   "id m808 b835 / s809:26 / i460 i464 m468 / h496 h494 h492 i488 d472 d480 /"
+                   " h498 b500 / 6[ b507 b501 / d520+24 d528+24 d536+24 /"
+                   " d664+24 d672+24 d680+24 / ] =87 /",
+                   numbers);
+    };
+    Lines expected = group(7, "i0*87=0 i356*23=0 i0=40 i44=12 i344=40 i356=12 i444=40");
+    expected += Lines{"0,"} + rules + ruleEnd + Lines{"11,"} + ruleEnd + Lines{"86,"} + rules +
                 ruleEnd + end;
-    expected += Lines{"23,", "0,"} + members + end + Lines{"22,", "5,"} + end + end;
-    // Every kind of rule and of list, most of them empty or under impossible numbers.
-    for (const int group : {8, 9, 10, 11, 12}) {
-        expected += Put({24, 840}, group, script, "i0*87=40 i340=-1 i356*23=-2147483648 i360=40");
+    expected += Lines{"23,", "0,"} + members + end + Lines{"22,"} + end + end;
+    for (const int id : {8, 9, 10, 11, 12}) {
+        expected += group(id, "i0*87=40 i340=-1 i356*23=-2147483648 i360=12");
         for (int kind = 0; kind < 87; ++kind) {
             expected += Lines{Cat(kind, ",")} + (kind == 85 ? Lines{} : rules) + ruleEnd;
         }
         expected += Lines{"-1,", "23,"};
         for (int kind = 0; kind < 23; ++kind) {
-            expected += Lines{Cat(kind, ",")} + (kind == 1 ? Lines{"5,"} : Lines{}) + end;
+            expected += Lines{Cat(kind, ",")} + (kind == 1 ? members : Lines{}) + end;
         }
         expected += end;
     }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <optional>
 
@@ -22,31 +23,26 @@ class ModelBlocksTest : public ConversionTest {
 
 TEST_F(ModelBlocksTest, ElementsBringTheirNodeLists) {
     const Lines end = {"-1,"};
-    const Lines list = PutSome({37, 24}, 5, "i0 h4 d8 b16*6 /") + end;
-    const Lines other = PutSome({37, 24}, 99999999, "i0 h4 d8 b16*6 /") + end;
-    const std::pair<const char*, Lines> elements[] = {
-        {"i104=0 i108=0", {}},
-        {"i104=5 i108=0", list},
-        {"i104=0 i108=99999999", other},
-        {"i104=99999999 i108=5", other + list},
-        {"i104=5 i108=5", list + list},
-        {"i104=77 i108=0", end},
-        // Numbers under which nothing can be stored name empty lists.
-        {"i104=-1 i108=100000000", end + end},
-        {"i104=2147483647 i108=-2147483648", end + end},
-    };
+    std::map<int, Lines> lists = {{0, {}}};
+    for (const int number : {5, 99999999}) {
+        lists[number] = PutSome({37, 24}, number, "i0 h4 d8 b16*6 /") + end;
+    }
+    // Empty lists: one that is not there, and numbers under which nothing can be stored.
+    for (const int number : {77, -1, 100000000, 2147483647, -2147483647}) {
+        lists[number] = end;
+    }
     Lines expected;
     int id = 1;
-    for (int round = 0; round < 3; ++round) {
-        for (const auto& [given, lists] : elements) {
+    for (const auto& [first, firstLines] : lists) {
+        for (const auto& [second, secondLines] : lists) {
             expected += Put({8, 232}, ++id,
                             "id u128 i12 i16 i124 i132 i20 b228 i120 i136 i112 i116 / i24*20/10"
                             " d144*9/3 b216*12 i104 i108 =0 =0 /",
-                            given);
-            expected += lists;
+                            Cat("i104=", first, " i108=", second));
+            expected += firstLines + secondLines;
         }
     }
-    ExpectBlock(404, expected, 24, "Element");
+    ExpectBlock(404, expected, 64, "Element");
 }
 
 class LoadBlockTest : public ModelBlocksTest {

@@ -142,8 +142,7 @@ TEST_F(PosixFiles, PositionsGoBeyondFourGibibytes) {
     EXPECT_EQ(1, files_.Write(file, "x", 1));
     EXPECT_EQ(kFar + 1, files_.Size(file));
     EXPECT_EQ(kFar, files_.Seek(file, -1, SeekOrigin::kEnd));
-    EXPECT_TRUE(files_.Close(file));
-    EXPECT_FALSE(files_.Close(file));
+    EXPECT_TRUE(files_.Close(file) && !files_.Close(file));
 }
 
 TEST_F(PosixFiles, CaseIsForgivenForExistingFilesAlone) {

@@ -11,14 +11,13 @@ namespace mod2neu {
 namespace {
 
 TEST(TerminalText, NothingThatSteersATerminalPasses) {
-    const std::vector<std::array<std::string, 3>> cases = {
+    const std::array<std::string, 3> cases[] = {
         {"\033[31mred\a\n\r\t\x7f", "?[31mred?????", "?[31mred?????"},
         {"Tr\u00e4ger \u6a21", "Tr\u00e4ger \u6a21", "Tr?ger ?"},
         {"\u009b31m\u202etxt\u2029", "?31m?txt?", "?31m?txt?"},
-        {"\xe4\xff", "??", "??"},                             // no UTF-8
-        {"\xc0\xaf \xed\xa0\x80", "?? ???", "?? ???"},        // overlong, surrogate
-        {"\xf4\x90\x80\x80 \xe6\xa8", "???? ??", "???? ??"},  // beyond the last, cut off
-    };
+        // No UTF-8, overlong, a surrogate, beyond the last and cut off.
+        {"\xe4\xff \xc0\xaf \xed\xa0\x80 \xf4\x90\x80\x80 \xe6\xa8", "?? ?? ??? ???? ??",
+         "?? ?? ??? ???? ??"}};
     for (const auto& [text, utf8, ascii] : cases) {
         EXPECT_EQ(utf8, Printable(text, Charset::kUtf8));
         EXPECT_EQ(ascii, Printable(text, Charset::kAscii));

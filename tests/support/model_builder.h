@@ -1,11 +1,13 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace mod2neu {
@@ -31,11 +33,17 @@ class RecordImage {
     // Filled with bytes that `seed` determines.
     RecordImage(std::size_t size, unsigned seed);
 
-    RecordImage& U8(std::size_t offset, unsigned value);
-    RecordImage& U16(std::size_t offset, unsigned value);
-    RecordImage& I32(std::size_t offset, std::int32_t value);
-    RecordImage& F32(std::size_t offset, float value);
-    RecordImage& F64(std::size_t offset, double value);
+    RecordImage& U8(std::size_t offset, unsigned value) { return Put(offset, value, 1); }
+    RecordImage& U16(std::size_t offset, unsigned value) { return Put(offset, value, 2); }
+    RecordImage& I32(std::size_t offset, std::int32_t value) {
+        return Put(offset, static_cast<std::uint32_t>(value), 4);
+    }
+    RecordImage& F32(std::size_t offset, float value) {
+        return Put(offset, std::bit_cast<std::uint32_t>(value), 4);
+    }
+    RecordImage& F64(std::size_t offset, double value) {
+        return Put(offset, std::bit_cast<std::uint64_t>(value), 8);
+    }
 
     // `text`, and a terminator when there is room for one within `width`.
     RecordImage& Text(std::size_t offset, std::size_t width, std::string_view text);
@@ -43,7 +51,7 @@ class RecordImage {
     [[nodiscard]] const std::vector<std::uint8_t>& Bytes() const { return bytes_; }
 
   private:
-    RecordImage& Put(std::size_t offset, const void* value, std::size_t size);
+    RecordImage& Put(std::size_t offset, std::uint64_t value, std::size_t size);
 
     std::vector<std::uint8_t> bytes_;
 };
@@ -53,14 +61,13 @@ struct BlockContent {
     int kind = 0;  // 0 never used, 1 free, otherwise the type of its records
     std::int32_t database = 0;
     std::int32_t firstId = 0;
-    std::size_t firstRecord = 0;  // of its type's records in key order; for the builder
-    std::size_t recordCount = 0;
 };
 
 // A finished file, with the places at which tests damage it.
 struct ModelImage {
     std::vector<std::uint8_t> bytes;
-    std::vector<BlockContent> blocks;  // by place: the n-th block that is no index block
+    std::vector<BlockContent> blocks;    // by place: the n-th block that is no index block
+    std::map<int, int> recordsPerBlock;  // by type
 
     // Block number of the n-th place.
     static std::uint32_t NumberOfPlace(std::size_t place);
@@ -80,8 +87,6 @@ struct ModelImage {
     void SetU16(std::size_t offset, unsigned value);
     void SetU32(std::size_t offset, std::uint32_t value);
     [[nodiscard]] std::uint32_t U32(std::size_t offset) const;
-
-    std::map<int, int> recordsPerBlock;  // by type
 };
 
 class ModelBuilder {
@@ -90,12 +95,16 @@ class ModelBuilder {
     ModelBuilder& Title(std::string_view title);
 
     // All records of a type have the size of its first one. A key that was added before gets the
-    // new record. Fast for millions of records, fastest in ascending key order.
+    // new record.
     ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const void* record,
                       std::size_t size);
     ModelBuilder& Add(int type, std::int32_t database, std::int32_t id,
-                      const std::vector<std::uint8_t>& record);
-    ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const RecordImage& record);
+                      const std::vector<std::uint8_t>& record) {
+        return Add(type, database, id, record.data(), record.size());
+    }
+    ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const RecordImage& record) {
+        return Add(type, database, id, record.Bytes());
+    }
 
     ModelBuilder& ActiveId(int type, std::int32_t id);
 
@@ -122,28 +131,13 @@ class ModelBuilder {
     [[nodiscard]] ModelImage Build() const;
 
   private:
-    struct Key {
-        std::int32_t database = 0;
-        std::int32_t id = 0;
-        friend auto operator<=>(const Key&, const Key&) = default;
-    };
-    struct Table {
-        std::size_t recordSize = 0;
-        std::vector<Key> keys;
-        std::vector<std::uint8_t> records;
-    };
-    using Order = std::map<int, std::vector<std::size_t>>;  // records of each type in key order
+    using Key = std::pair<std::int32_t, std::int32_t>;  // database number and ID
+    using Table = std::map<Key, std::vector<std::uint8_t>>;
 
-    [[nodiscard]] static std::vector<std::size_t> InKeyOrder(const Table& table);
-    void ListBlocks(const Order& order, std::vector<BlockContent>& blocks) const;
-    void ListBlocksOf(int type, const std::vector<std::size_t>& order,
-                      std::vector<BlockContent>& blocks) const;
-    void WriteHeader(ModelImage& image, const Order& order, std::uint32_t& noise) const;
-    void WriteTables(ModelImage& image, int type, const std::vector<std::size_t>& records) const;
-    void WriteIndexBlocks(ModelImage& image, std::uint32_t& noise) const;
-    void WriteBlock(ModelImage& image, std::uint32_t number, const BlockContent& content,
-                    const Order& order, std::uint32_t& noise) const;
-    void LinkChains(ModelImage& image) const;
+    void ListBlocks(ModelImage& image) const;
+    void WriteHeader(ModelImage& image, std::uint32_t& noise) const;
+    void WriteBlock(ModelImage& image, std::size_t place, std::uint32_t& noise) const;
+    void LinkChain(ModelImage& image, int kind) const;
 
     double version_ = 6.0;
     std::string title_;

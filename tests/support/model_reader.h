@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mod2neu {
@@ -44,37 +45,19 @@ class ModelReader {
     [[nodiscard]] const std::vector<std::string>& Complaints() const { return complaints_; }
 
     [[nodiscard]] TypeNumbers Numbers(int type) const;
-    [[nodiscard]] std::uint32_t Finger(int type) const;
-    [[nodiscard]] std::uint32_t BlockCount() const { return blockCount_; }
-    [[nodiscard]] std::vector<std::uint32_t> FreeBlocks() const;
     [[nodiscard]] std::uint32_t U32(std::size_t offset) const;
     [[nodiscard]] std::uint32_t U16(std::size_t offset) const;
 
   private:
-    struct Entry {
-        std::int32_t database = 0;
-        std::int32_t firstId = 0;
-        std::uint32_t next = 0;
-        std::uint32_t previous = 0;
-    };
-    struct Member {
-        std::uint32_t number = 0;
-        std::int32_t database = 0;
-        std::int32_t firstId = 0;
-    };
-
     void ReadBlock(std::uint32_t number);
-    void ReadRecords(std::uint32_t number, int kind);
-    void CheckIndexBlock(std::uint32_t number);
-    void CheckFreeBlock(std::uint32_t number);
+    void ReadRecords(std::uint32_t number, std::size_t size);
     void CheckChain(int kind);
-    [[nodiscard]] Entry EntryOf(std::uint32_t number) const;
-    void Complain(std::uint32_t number, const std::string& what);
+    void Require(bool condition, std::uint32_t number, const std::string& what);
 
     std::vector<std::uint8_t> bytes_;
     std::array<int, 112> recordSizes_;
-    std::uint32_t blockCount_;
-    std::map<int, std::vector<Member>> members_;  // by kind
+    // The blocks of each kind: their keys, ascending, and numbers.
+    std::map<int, std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t>> members_;
     std::map<RecordKey, std::vector<std::uint8_t>> records_;
     std::vector<std::string> complaints_;
 };

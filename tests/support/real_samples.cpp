@@ -6,25 +6,9 @@
 namespace mod2neu {
 
 const char* NameOf(RealKind kind) {
-    switch (kind) {
-        case RealKind::kFewDecimals:
-            return "few decimals";
-        case RealKind::kUniform:
-            return "uniform";
-        case RealKind::kGaussian:
-            return "gaussian";
-        case RealKind::kLogUniform:
-            return "log-uniform";
-        case RealKind::kWideRange:
-            return "wide range";
-        case RealKind::kRandomBits:
-            return "random bits";
-        case RealKind::kTies:
-            return "ties";
-        case RealKind::kPowers:
-            return "powers";
-    }
-    return "";
+    constexpr const char* kNames[] = {"few decimals", "uniform",     "gaussian", "log-uniform",
+                                      "wide range",   "random bits", "ties",     "powers"};
+    return kNames[static_cast<std::size_t>(kind)];
 }
 
 double RealSamples::Uniform(double low, double high) {
@@ -37,10 +21,7 @@ std::int64_t RealSamples::Integer(std::int64_t low, std::int64_t high) {
 
 // The value itself or one of its neighbours up to 40 doubles away.
 double RealSamples::Nearby(double value) {
-    const std::int64_t steps = Integer(-40, 40);
-    if (Integer(0, 2) == 0) {
-        return value;
-    }
+    const std::int64_t steps = Integer(0, 2) == 0 ? 0 : Integer(-40, 40);
     return std::bit_cast<double>(std::bit_cast<std::int64_t>(value) + steps);
 }
 
@@ -63,12 +44,11 @@ double RealSamples::Magnitude() {
             const auto fractions = static_cast<double>(2 * Integer(0, 1 << 26) + 1);
             return Nearby(std::ldexp(fractions, static_cast<int>(Integer(-60, 2))));
         }
-        case RealKind::kPowers: {
-            const auto power = static_cast<double>(Integer(-17, 32));
-            return Nearby(std::pow(10.0, power) * static_cast<double>(Integer(1, 10)));
+        default: {
+            const double power = std::pow(10.0, static_cast<double>(Integer(-17, 32)));
+            return Nearby(power * static_cast<double>(Integer(1, 10)));
         }
     }
-    return 0;
 }
 
 double RealSamples::Next() {

@@ -59,7 +59,7 @@ RunFiles::File& RunFiles::At(FileHandle file) {
 }
 
 FileHandle RunFiles::Open(const std::string& path, const OpenMode& mode) {
-    const bool create = mode.access == FileAccess::kCreate;
+    const bool create = Creates(mode.access);
     FileHandle handle = Find(path);
     if (handle == kNoFile && create) {
         handle = Find("");

@@ -137,7 +137,7 @@ bool OpenNeutralStream(const std::string& path, bool append) {
     stream.failure = {};
     EmptyBuffer();
     stream.file = append ? OpenForAppending(path)
-                         : Files().Open(path, {FileAccess::kCreate, FileSharing::kExclusive});
+                         : Files().Open(path, {FileAccess::kOverwrite, FileSharing::kExclusive});
     if (stream.file <= 0) {
         RememberFailure();
         return false;

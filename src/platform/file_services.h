@@ -17,7 +17,12 @@ enum class FileAccess {
     kRead,       // an existing regular file, for reading
     kReadWrite,  // an existing regular file, for both
     kCreate,     // for both; created, or emptied once the lock is held
+    kOverwrite,  // for writing; created, or emptied once the lock is held, if locks there are
 };
+
+constexpr bool Creates(FileAccess access) {
+    return access == FileAccess::kCreate || access == FileAccess::kOverwrite;
+}
 
 enum class FileSharing {
     kShared,     // others may hold the file shared, nobody exclusively

@@ -72,6 +72,17 @@ bool IsSameInode(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+int AccessFlags(FileAccess access) {
+    switch (access) {
+        case FileAccess::kRead:
+            return O_RDONLY;
+        case FileAccess::kOverwrite:
+            return O_WRONLY;
+        default:
+            return O_RDWR;
+    }
+}
+
 bool LocksUnsupported(int error) {
     return error == ENOLCK || error == EOPNOTSUPP || error == ENOSYS;
 }
@@ -95,6 +106,7 @@ struct PosixFileServices::OpenPlan {
     bool create = false;
     bool ownerOnly = false;
     bool followLinks = true;
+    bool lockOptional = false;
     bool anyCase = false;  // a name that differs in case alone will do
 };
 
@@ -216,12 +228,13 @@ bool PosixFileServices::MayUse(const struct stat& status, const OpenPlan& plan) 
     return true;
 }
 
-// A file system without locks may still be read from; what must be held alone may not lie there.
-bool PosixFileServices::Lock(int fd, FileSharing sharing) {
-    const bool exclusive = sharing == FileSharing::kExclusive;
+// A file system without locks may still be read from and written to; what the program works on
+// alone may not lie there.
+bool PosixFileServices::Lock(int fd, const OpenPlan& plan) {
+    const bool exclusive = plan.sharing == FileSharing::kExclusive;
     const int operation = (exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB;
     return Retry([&] { return calls_.lock(fd, operation); }) == 0 ||
-           (!exclusive && LocksUnsupported(errno)) || FailWithErrno();
+           ((!exclusive || plan.lockOptional) && LocksUnsupported(errno)) || FailWithErrno();
 }
 
 bool PosixFileServices::Empty(int fd, const struct stat& status, const OpenPlan& plan) {
@@ -249,7 +262,7 @@ PosixFileServices::Verdict PosixFileServices::Secure(int fd, const std::string& 
         const bool blocking = Retry([&] { return calls_.control(fd, F_SETFL, 0); }) == 0;
         return blocking || FailWithErrno() ? Verdict::kGood : Verdict::kRefused;
     }
-    if (!Lock(fd, plan.sharing)) {
+    if (!Lock(fd, plan)) {
         return Verdict::kRefused;
     }
     struct stat named {};
@@ -299,13 +312,13 @@ bool PosixFileServices::Exists(const std::string& path) {
 
 FileHandle PosixFileServices::Open(const std::string& path, const OpenMode& mode) {
     OpenPlan plan;
-    plan.create = mode.access == FileAccess::kCreate;
+    plan.create = Creates(mode.access);
     plan.ownerOnly = plan.create && mode.ownerOnly;
     plan.followLinks = !plan.ownerOnly;
     plan.anyCase = !plan.create;
     plan.sharing = mode.sharing;
-    plan.flags = (mode.access == FileAccess::kRead ? O_RDONLY : O_RDWR) |
-                 (plan.followLinks ? 0 : O_NOFOLLOW);
+    plan.lockOptional = mode.access == FileAccess::kOverwrite;
+    plan.flags = AccessFlags(mode.access) | (plan.followLinks ? 0 : O_NOFOLLOW);
     Descriptor file = Acquire(HostPath(path), plan);
     if (file.IsOpen()) {
         // A hint alone: a file system that does not take it serves the file all the same.

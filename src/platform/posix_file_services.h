@@ -43,7 +43,7 @@ class PosixFileServices final : public FileServices {
     int OpenExisting(std::string& path, const OpenPlan& plan);
     int OpenOwnerOnly(const std::string& path, const OpenPlan& plan);
     bool MayUse(const struct stat& status, const OpenPlan& plan);
-    bool Lock(int fd, FileSharing sharing);
+    bool Lock(int fd, const OpenPlan& plan);
     Verdict Secure(int fd, const std::string& path, const OpenPlan& plan);
     bool Empty(int fd, const struct stat& status, const OpenPlan& plan);
     Descriptor Acquire(std::string path, const OpenPlan& plan);

@@ -130,7 +130,7 @@ TEST(PosixFaults, EveryFailureIsReportedWithItsReason) {
     }
 }
 
-TEST(PosixFaults, MissingLocksAreForgivenToReadersOnly) {
+TEST(PosixFaults, MissingLocksAreForgivenWhereNothingMustBeHeldAlone) {
     const ScratchDirectory directory;
     const std::string path = directory.Write("model.mod", "x");
     PosixCalls calls = HostCalls();
@@ -140,6 +140,8 @@ TEST(PosixFaults, MissingLocksAreForgivenToReadersOnly) {
     };
     PosixFileServices files(calls);
     EXPECT_TRUE(files.Exists(path));
+    const FileHandle text = files.Open(path, {FileAccess::kOverwrite, FileSharing::kExclusive});
+    EXPECT_TRUE(text != kNoFile && files.Close(text));
     EXPECT_EQ(kNoFile, files.Open(path, {FileAccess::kReadWrite, FileSharing::kExclusive}));
     EXPECT_EQ(ENOLCK, files.LastError());
 }

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "database/block_allocation.h"
 #include "database/working_file.h"
 #include "platform/desktop.h"
 #include "platform/host_signals.h"
@@ -54,11 +55,18 @@ class HostSession {
     }
 };
 
+// The database ends the process when its working copy cannot be kept in order.
+void EndRun() {
+    mod2neu::ShowNotConverted();
+    mod2neu::TheDesktop().Shutdown();
+}
+
 void Run(const std::vector<std::string>& arguments) {
     if (AnswerAboutProgram(arguments)) {
         return;
     }
     const HostSession session;
+    mod2neu::SetFatalHandler(EndRun);
     mod2neu::RunProgram(arguments);
 }
 
@@ -71,6 +79,7 @@ int main(int argc, char** argv) {
                      : std::vector<std::string>());
     } catch (const std::exception& failure) {
         (void)std::fprintf(stderr, "mod2neu: the run was broken off: %s\n", failure.what());
+        mod2neu::ShowNotConverted();
     }
     return 0;
 }

@@ -33,8 +33,8 @@ std::uint32_t FileBlockCount();
 // Writes back what can be written, closes the file and ends the process abnormally.
 [[noreturn]] void FatalDatabaseError();
 
-// What FatalDatabaseError calls before it ends the process. Tests leave by it; nullptr for
-// nothing.
+// What FatalDatabaseError calls before it ends the process, to leave the host in order. Tests leave
+// by it; nullptr for nothing.
 using FatalHandler = void (*)();
 void SetFatalHandler(FatalHandler handler);
 

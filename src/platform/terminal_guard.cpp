@@ -12,7 +12,7 @@ namespace mod2neu {
 
 namespace {
 
-constexpr std::array kEnding = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+constexpr std::array kEnding = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT};
 
 struct GuardState {
     bool active = false;

@@ -1,6 +1,7 @@
 #include "shell/startup.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -196,9 +197,15 @@ bool StartUp(const std::vector<std::string>& arguments) {
     return OpenModel();
 }
 
+void ShowNotConverted() noexcept try {
+    ShowOutcome("not converted: ", CurrentSession().RequestedModel);
+} catch (const std::exception&) {
+    // Without memory for one line, nothing can be told any more.
+}
+
 void RunProgram(const std::vector<std::string>& arguments) {
     if (!StartUp(arguments)) {
-        ShowOutcome("not converted: ", CurrentSession().RequestedModel);
+        ShowNotConverted();
         return;
     }
     std::string neutral = CurrentSession().ModelFileName;
@@ -206,7 +213,7 @@ void RunProgram(const std::vector<std::string>& arguments) {
     const bool written = ConvertToNeutral(kNeutralFormatCode, neutral, CurrentSession().RealDigits);
     CloseModelSession();
     if (!written) {
-        ShowOutcome("not converted: ", CurrentSession().RequestedModel);
+        ShowNotConverted();
     } else {
         ShowOutcome(ErrorsOccurred() ? "complete with errors: " : "complete: ", neutral);
     }

@@ -209,7 +209,7 @@ TEST(TerminalDesktopOnScreen, RedrawsInPlaceAndKeepsBoxes) {
 
 // A hang-up that is ignored stays ignored; a screen too low for drawing in place loses no line.
 TEST(TerminalDesktopOnScreen, SignalLeavesACleanTerminal) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT}) {
         TerminalSession session(80, 24, [signal] {
             TerminalDesktop desktop;
             CreateStatus(desktop);

@@ -222,12 +222,6 @@ void InitBlock(BlockPlace place, std::uint32_t number, EntityType kind, BlockKey
     LinkCachedBlock(place);
 }
 
-// Brings the group of a new block into memory. When the group cannot be read although earlier
-// blocks of it exist, writing it back would lose those.
-bool ReadNewBlock(std::uint32_t number, BlockPlace& place) {
-    return ReadBlockGroup(false, number, place) && (place.slot == 0 || IsBlockPresent(place));
-}
-
 // False when damage keeps the new block out of the index.
 bool CreateBlock(EntityType kind, BlockKey key, BlockPlace& place) {
     bool reused = false;
@@ -239,7 +233,7 @@ bool CreateBlock(EntityType kind, BlockKey key, BlockPlace& place) {
     if (insertion == Insertion::kRefused) {
         return false;
     }
-    if (insertion == Insertion::kFailed || !ReadNewBlock(number, place)) {
+    if (insertion == Insertion::kFailed || !ReadBlockGroup(true, number, place)) {
         FatalDatabaseError();
     }
     InitBlock(place, number, kind, key);

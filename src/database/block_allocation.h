@@ -7,8 +7,8 @@
 namespace mod2neu {
 
 // Like LocateRecord, but makes the block when it does not exist, with no record in it. False for
-// keys that no record can have and where damage of the file keeps the block from being made. Any
-// failure half-way ends the program (FatalDatabaseError).
+// keys that no record can have and where damage of the file, or a failing read, keeps the block
+// from being found or made. Any failure half-way ends the program (FatalDatabaseError).
 [[nodiscard]] bool LocateOrCreateBlock(EntityType kind, std::int32_t database, std::int32_t id,
                                        RecordPlace& place);
 

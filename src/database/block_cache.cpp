@@ -158,10 +158,13 @@ bool AllocateTables() {
            InitBlockHints();
 }
 
-// Stops early when memory is short but the buffers are enough to work with.
+// Stops early when memory is short but the buffers are enough to work with; the cache may grow
+// later all the same.
 bool AllocateFirstBuffers(int minBuffers) {
+    const int maxBuffers = cache.maxBuffers;
     while (cache.bufferCount < minBuffers && AddCacheBuffer()) {
     }
+    cache.maxBuffers = maxBuffers;
     if (cache.bufferCount < minBuffers && cache.bufferCount < kNeededBuffers) {
         const auto missing =
             static_cast<std::int64_t>(GroupBytes()) * (kNeededBuffers - cache.bufferCount);
@@ -184,10 +187,10 @@ std::uint8_t* SlotData(const CacheBuffer& buffer, std::size_t slot) {
     return buffer.data.get() + slot * kBlockSize;
 }
 
-// A block that is read again is no progress. Memory that cannot be had for this ends the display,
-// not the run.
+// A block that is read again is no progress, nor is one that the file does not have. Memory that
+// cannot be had for this ends the display, not the run.
 void NoteBlocksRead(std::uint32_t first, std::size_t count) try {
-    if (!IsProgressShown()) {
+    if (count == 0 || !IsProgressShown()) {
         return;
     }
     if (cache.blocksSeen.size() < first + count) {

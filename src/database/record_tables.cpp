@@ -39,8 +39,8 @@ std::int32_t FirstFreeId(EntityType type, std::int64_t id, std::int64_t step) {
 std::int32_t NextFreeIdAfter(EntityType type, std::int32_t id, bool created) {
     std::int32_t next = HeaderTableValue(kHeaderNextFreeId, type);
     if (created && id < kHighestId) {
-        const std::int64_t step = std::max(1, HeaderTableValue(kHeaderIdStep, type));
-        next = FirstFreeId(type, id + step, step);
+        const std::int64_t step = HeaderTableValue(kHeaderIdStep, type);
+        next = step == 0 ? FirstFreeId(type, id + 1, 1) : FirstFreeId(type, id + step, step);
     }
     if (id == kHighestId || next > kHighestId) {
         return FirstFreeId(type, type == kCoordSys ? kFirstFreeCoordSys : 1, 1);

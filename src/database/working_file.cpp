@@ -79,6 +79,7 @@ bool CloseWorkingFile() {
 }
 
 bool ReopenWorkingFile() {
+    CloseWorkingFile();
     working.file.Reset(Files().Open(working.path, WorkingFileMode(FileAccess::kReadWrite)));
     return working.file.IsOpen();
 }

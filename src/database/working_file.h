@@ -33,7 +33,7 @@ const std::string& WorkingFilePath();
 // Closes the file; its path stays known. True when nothing was open.
 bool CloseWorkingFile();
 
-// Opens the closed file again as it was open before.
+// Opens the file again as it was open before.
 bool ReopenWorkingFile();
 
 // The mode in which a working file is held open.

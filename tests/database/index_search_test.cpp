@@ -61,29 +61,6 @@ class IndexSearchTest : public DatabaseTest {
                                         : chain_.empty() && position.blockNumber == 0)));
     }
 
-    void CheckNeighbours(BlockKey key) {
-        std::int32_t next = kNoId;
-        std::int32_t previous = 0;
-        std::int32_t nextDatabase = kNoId;
-        std::int32_t previousDatabase = 0;
-        for (const BlockKey& other : keys_) {
-            if (other.database > key.database) {
-                nextDatabase = std::min(nextDatabase, other.database);
-            } else if (other.database < key.database) {
-                previousDatabase = std::max(previousDatabase, other.database);
-            } else if (other.firstId > key.firstId) {
-                next = std::min(next, other.firstId);
-            } else if (other.firstId < key.firstId) {
-                previous = std::max(previous, other.firstId);
-            }
-        }
-        const std::int32_t id = key.firstId + 5;
-        ASSERT_EQ(AdjacentBlockStart(kNode, key.database, id, true), next);
-        ASSERT_EQ(AdjacentBlockStart(kNode, key.database, id, false), previous);
-        ASSERT_EQ(AdjacentDatabase(kNode, key.database, true), nextDatabase);
-        ASSERT_EQ(AdjacentDatabase(kNode, key.database, false), previousDatabase);
-    }
-
     std::vector<BlockKey> keys_;
     std::vector<std::uint32_t> chain_;
 };
@@ -100,8 +77,6 @@ TEST_F(IndexSearchTest, EveryChainEveryFingerEveryKey) {
                 for (const std::uint32_t remembered : {0U, fingers.back(), 1'000'000U}) {
                     Start(finger, key, remembered);
                     CheckSearch(key);
-                    Start(finger, key, remembered);
-                    CheckNeighbours(key);
                     ASSERT_FALSE(HasFatalFailure())
                         << "blocks " << present << " finger " << finger << " key " << key.database
                         << ", " << key.firstId << " remembered " << remembered;

@@ -8,16 +8,12 @@
 
 namespace mod2neu {
 
-namespace {
-
-std::string Absolute(const std::string& path) {
+std::string MemoryFiles::Absolute(const std::string& path) {
     std::string text = path;
     std::replace(text.begin(), text.end(), '\\', '/');
-    text = (MemoryFiles::kCurrentDirectory / std::filesystem::path(text)).lexically_normal();
+    text = (kCurrentDirectory / std::filesystem::path(text)).lexically_normal();
     return text.size() > 1 && text.back() == '/' ? text.substr(0, text.size() - 1) : text;
 }
-
-}  // namespace
 
 const char* NameOf(FileCall kind) {
     constexpr std::array kNames = {"exists", "open",  "read",   "write",     "seek",
@@ -34,7 +30,7 @@ MemoryFiles::~MemoryFiles() {
 void MemoryFiles::Put(const std::string& path, std::string_view bytes) {
     auto node = std::make_shared<Node>();
     node->bytes = bytes;
-    files_[FullPath(path)] = node;
+    files_[Absolute(path)] = node;
 }
 
 void MemoryFiles::Remove(const std::string& path) {
@@ -45,9 +41,9 @@ void MemoryFiles::Remove(const std::string& path) {
 }
 
 void MemoryFiles::Link(const std::string& name, const std::string& path) {
-    const std::shared_ptr<Node> node = files_.at(FullPath(path));
+    const std::shared_ptr<Node> node = files_.at(Absolute(path));
     ++node->names;
-    files_[FullPath(name)] = node;
+    files_[Absolute(name)] = node;
 }
 
 std::string MemoryFiles::Bytes(const std::string& path) const {
@@ -61,16 +57,6 @@ std::vector<std::string> MemoryFiles::Paths() const {
         paths.push_back(path);
     }
     return paths;
-}
-
-void MemoryFiles::ClearFaults() {
-    faults_.clear();
-    shortenings_.clear();
-}
-
-std::size_t MemoryFiles::CallCount(FileCall kind) const {
-    const auto found = kindCounts_.find(kind);
-    return found == kindCounts_.end() ? 0 : found->second;
 }
 
 // Logs the call; false when it is one that has to fail.
@@ -131,18 +117,6 @@ std::shared_ptr<MemoryFiles::Node> MemoryFiles::FindOrCreate(const std::string& 
     return node;
 }
 
-bool MemoryFiles::Hold(Node& node, FileSharing sharing) {
-    if (node.heldExclusively || (sharing == FileSharing::kExclusive && node.sharedHolders > 0)) {
-        return Fail(kSharingViolation);
-    }
-    if (sharing == FileSharing::kExclusive) {
-        node.heldExclusively = true;
-    } else {
-        ++node.sharedHolders;
-    }
-    return true;
-}
-
 std::int64_t MemoryFiles::Used() const {
     std::int64_t used = 0;
     for (const auto& [path, node] : files_) {
@@ -152,7 +126,7 @@ std::int64_t MemoryFiles::Used() const {
 }
 
 bool MemoryFiles::Exists(const std::string& path) {
-    const std::string fullPath = FullPath(path);
+    const std::string fullPath = Absolute(path);
     if (!Begin(FileCall::kExists, fullPath)) {
         return false;
     }
@@ -160,15 +134,15 @@ bool MemoryFiles::Exists(const std::string& path) {
     if (node == nullptr) {
         return Fail(ENOENT);
     }
-    return !node->heldExclusively || Fail(kSharingViolation);
+    return node->holders != kHeldExclusively || Fail(kSharingViolation);
 }
 
 FileHandle MemoryFiles::Open(const std::string& path, const OpenMode& mode) {
-    const std::string fullPath = FullPath(path);
+    const std::string fullPath = Absolute(path);
     if (!Begin(FileCall::kOpen, fullPath)) {
         return kNoFile;
     }
-    const bool create = Creates(mode.access);
+    const bool create = mode.access == FileAccess::kCreate;
     const std::shared_ptr<Node> node = create ? FindOrCreate(fullPath, mode) : Find(fullPath);
     if (node == nullptr) {
         if (!create) {
@@ -176,9 +150,12 @@ FileHandle MemoryFiles::Open(const std::string& path, const OpenMode& mode) {
         }
         return kNoFile;
     }
-    if (!Hold(*node, mode.sharing)) {
+    const bool exclusive = mode.sharing == FileSharing::kExclusive;
+    if (node->holders == kHeldExclusively || (exclusive && node->holders > 0)) {
+        Fail(kSharingViolation);
         return kNoFile;
     }
+    node->holders = exclusive ? kHeldExclusively : node->holders + 1;
     if (create) {
         node->bytes.clear();
     }
@@ -283,17 +260,14 @@ bool MemoryFiles::Close(FileHandle file) {
     if (found == handles_.end()) {
         return false;
     }
-    if (found->second.mode.sharing == FileSharing::kExclusive) {
-        found->second.node->heldExclusively = false;
-    } else {
-        --found->second.node->sharedHolders;
-    }
+    int& holders = found->second.node->holders;
+    holders = holders == kHeldExclusively ? 0 : holders - 1;
     handles_.erase(found);
     return succeeds;
 }
 
 bool MemoryFiles::Delete(const std::string& path) {
-    const std::string fullPath = FullPath(path);
+    const std::string fullPath = Absolute(path);
     if (!Begin(FileCall::kDelete, fullPath)) {
         return false;
     }
@@ -301,7 +275,7 @@ bool MemoryFiles::Delete(const std::string& path) {
     if (node == nullptr) {
         return Fail(ENOENT);
     }
-    if (node->heldExclusively || node->sharedHolders > 0) {
+    if (node->holders != 0) {
         return Fail(kSharingViolation);
     }
     Remove(fullPath);
@@ -309,26 +283,22 @@ bool MemoryFiles::Delete(const std::string& path) {
 }
 
 bool MemoryFiles::SameFile(const std::string& first, const std::string& second) {
-    if (!Begin(FileCall::kSameFile, FullPath(first) + " " + FullPath(second))) {
+    if (!Begin(FileCall::kSameFile, Absolute(first) + " " + Absolute(second))) {
         return false;
     }
     const std::shared_ptr<Node> node = Find(first);
     return node != nullptr && node == Find(second);
 }
 
-std::string MemoryFiles::FullPath(const std::string& path) {
-    return Absolute(path);
-}
-
 unsigned MemoryFiles::MakeTempFile(const std::string& directory, const std::string& prefix,
                                    unsigned unique, std::string* name) {
     const std::string base = (directory.empty() ? tempDirectory : directory) + "/" + prefix;
-    if (!Begin(FileCall::kMakeTempFile, FullPath(base))) {
+    if (!Begin(FileCall::kMakeTempFile, Absolute(base))) {
         return 0;
     }
     const unsigned number = unique != 0 ? unique : nextUnique_++;
     *name = base + std::to_string(number) + ".TMP";
-    return unique != 0 || FindOrCreate(FullPath(*name), {}) != nullptr ? number : 0;
+    return unique != 0 || FindOrCreate(Absolute(*name), {}) != nullptr ? number : 0;
 }
 
 std::string MemoryFiles::LastErrorText() {

@@ -68,12 +68,12 @@ class MemoryFiles final : public FileServices {
     std::function<void(const FileCallRecord&)> onCall;                 // before the call's work
 
     // Another program holds the file exclusively, or lets go of it.
-    void HoldElsewhere(const std::string& path) { Find(path)->heldExclusively = true; }
-    void ReleaseElsewhere(const std::string& path) { Find(path)->heldExclusively = false; }
+    void HoldElsewhere(const std::string& path) { Find(path)->holders = kHeldExclusively; }
+    void ReleaseElsewhere(const std::string& path) { Find(path)->holders = 0; }
 
     // Opening for creation below this directory fails with `error`, whatever the call.
     void ForbidCreation(const std::string& directory, int error) {
-        forbidden_[FullPath(directory) + "/"] = error;
+        forbidden_[Absolute(directory) + "/"] = error;
     }
 
     // The `count` calls from the `call`-th on fail with `error`.
@@ -91,12 +91,15 @@ class MemoryFiles final : public FileServices {
     void ShortenCall(std::size_t call, std::size_t size, int error) {
         shortenings_[call] = {size, error};
     }
-    void ClearFaults();
+    void ClearFaults() {
+        faults_.clear();
+        shortenings_.clear();
+    }
 
     // What happened.
     std::vector<FileCallRecord> calls;
     std::size_t faultsInjected = 0;
-    [[nodiscard]] std::size_t CallCount(FileCall kind) const;
+    [[nodiscard]] std::size_t CallCount(FileCall kind) { return kindCounts_[kind]; }
     [[nodiscard]] std::size_t OpenHandles() const { return handles_.size(); }
 
     bool Exists(const std::string& path) override;
@@ -113,7 +116,7 @@ class MemoryFiles final : public FileServices {
     bool Close(FileHandle file) override;
     bool Delete(const std::string& path) override;
     bool SameFile(const std::string& first, const std::string& second) override;
-    std::string FullPath(const std::string& path) override;
+    std::string FullPath(const std::string& path) override { return Absolute(path); }
     std::string TempDirectory() override { return tempDirectory; }
     unsigned MakeTempFile(const std::string& directory, const std::string& prefix, unsigned unique,
                           std::string* name) override;
@@ -121,11 +124,11 @@ class MemoryFiles final : public FileServices {
     std::string LastErrorText() override;
 
   private:
+    static constexpr int kHeldExclusively = -1;
     struct Node {
         std::string bytes;
         int names = 1;
-        int sharedHolders = 0;
-        bool heldExclusively = false;
+        int holders = 0;  // that share it, or kHeldExclusively
     };
     struct Handle {
         std::shared_ptr<Node> node;
@@ -144,12 +147,12 @@ class MemoryFiles final : public FileServices {
         int error = 0;
     };
 
+    static std::string Absolute(const std::string& path);
     bool Begin(FileCall kind, const std::string& path, std::size_t size = 0);
     bool Fail(int error);
     Handle* Begin(FileCall kind, FileHandle file, std::size_t size = 0);
     [[nodiscard]] std::shared_ptr<Node> Find(const std::string& path) const;
     std::shared_ptr<Node> FindOrCreate(const std::string& fullPath, const OpenMode& mode);
-    bool Hold(Node& node, FileSharing sharing);
     [[nodiscard]] std::int64_t Used() const;
     void CutToShortening(std::size_t* size, int* error);
 

@@ -142,7 +142,7 @@ FileHandle MemoryFiles::Open(const std::string& path, const OpenMode& mode) {
     if (!Begin(FileCall::kOpen, fullPath)) {
         return kNoFile;
     }
-    const bool create = mode.access == FileAccess::kCreate;
+    const bool create = Creates(mode.access);
     const std::shared_ptr<Node> node = create ? FindOrCreate(fullPath, mode) : Find(fullPath);
     if (node == nullptr) {
         if (!create) {

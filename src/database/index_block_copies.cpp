@@ -1,6 +1,5 @@
 #include "database/index_block_copies.h"
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 

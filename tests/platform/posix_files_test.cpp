@@ -118,16 +118,6 @@ TEST_F(PosixFiles, OnlyRegularFilesAreOpened) {
     }
 }
 
-TEST_F(PosixFiles, PositionsGoBeyondFourGibibytes) {
-    constexpr std::int64_t kFar = (std::int64_t{5} << 30) + 7;
-    const ScopedFile file(files_.Open(directory_ / "big", kCreate));
-    EXPECT_EQ(kFar, files_.Seek(file.Get(), kFar, SeekOrigin::kBegin));
-    EXPECT_EQ(1, files_.Write(file.Get(), "x", 1));
-    char last = 0;
-    EXPECT_TRUE(files_.ReadAt(file.Get(), kFar, &last, 5) == 1 && last == 'x');
-    EXPECT_EQ(kFar, files_.Seek(file.Get(), -1, SeekOrigin::kEnd));
-}
-
 TEST_F(PosixFiles, CaseIsForgivenForExistingFilesAlone) {
     const std::string upper = directory_.Write("WING.MOD", "wing");
     const std::string lower = directory_ / "wing.mod";
@@ -157,15 +147,6 @@ TEST_F(PosixFiles, TemporaryFilesAreNewAndOurs) {
     ::unsetenv("TMPDIR");
 }
 
-// Whatever FullPath leaves out, the path must still lead to the same file.
-TEST_F(PosixFiles, FullPathMeansTheSameFile) {
-    const std::string prefix = directory_ / "link";
-    std::filesystem::create_symlink("/usr/bin", prefix);
-    EXPECT_EQ(prefix + "/../x", files_.FullPath(prefix + "/../x"));
-    EXPECT_EQ("/etc/x", files_.FullPath("/../../etc/./x"));
-    EXPECT_EQ(std::filesystem::current_path() / "x.mod", files_.FullPath(".\\x.mod"));
-}
-
 TEST_F(PosixFiles, NoFileTakesThePlaceOfAStandardStream) {
     const std::string path = directory_.Write("model.mod", "x");
     const auto openBoth = [&] {
@@ -175,19 +156,6 @@ TEST_F(PosixFiles, NoFileTakesThePlaceOfAStandardStream) {
         std::exit(std::min(first, files_.Open(path, kRead)) > STDERR_FILENO ? 0 : 1);
     };
     EXPECT_EXIT(openBoth(), testing::ExitedWithCode(0), "");
-}
-
-// Both positions move on, so that what the host leaves can be read and written behind it.
-TEST_F(PosixFiles, CopiesWithinTheHostUpToTheEnd) {
-    const std::string text(200000, 'c');
-    const ScopedFile from(files_.Open(directory_.Write("from", "1" + text), {}));
-    const ScopedFile to(files_.Open(directory_ / "to", kCreate));
-    char skipped = 0;
-    ASSERT_EQ(files_.Write(to.Get(), "head", 4) + files_.Read(from.Get(), &skipped, 1), 5);
-    while (files_.CopyRange(from.Get(), to.Get(), 131072) > 0) {
-    }
-    EXPECT_EQ(files_.Write(to.Get(), "tail", 4), 4);
-    EXPECT_EQ(BytesOf(directory_ / "to"), "head" + text + "tail");
 }
 
 }  // namespace

@@ -5,7 +5,11 @@
 // cache and the digits of reals, so that every input is a model file as it stands.
 
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "database/block_format.h"
 #include "database/catalogue.h"
@@ -16,14 +20,31 @@
 #include "model_mutator.h"
 #include "neutral/conversion.h"
 #include "neutral/neutral_stream.h"
-#include "run_files.h"
+#include "neutral/output_buffer.h"
 #include "shell/messages.h"
 #include "shell/session.h"
 #include "shell/status_window.h"
+#include "support/memory_files.h"
 #include "support/recording_desktop.h"
 
 namespace mod2neu {
 namespace {
+
+constexpr const char* kModel = "/m/wing.MOD";
+constexpr const char* kNeutral = "/m/wing.neu";
+
+// Ends a run that writes more of the same: a few blocks may name one large table any number of
+// times, and a list that stands for every ID fills 25 MB when it is sorted in the database.
+struct LimitReached {};
+constexpr std::size_t kMostWritten = 24 * kBlockSize;  // beside the working copy itself
+
+// Ends the process, as a finding, when `condition` does not hold.
+void Require(bool condition, const char* what) {
+    if (!condition) {
+        (void)std::fprintf(stderr, "A promise is broken: %s\n", what);
+        std::abort();
+    }
+}
 
 // Leaves the engine its buffers but no memory for ID lists, which then go through the database.
 bool RefuseListMemory(std::size_t bytes) {
@@ -51,22 +72,33 @@ std::int32_t Digits(std::uint8_t choice) {
 }
 
 // A model that cannot be opened may leave its working copy behind.
-void Convert(const RunFiles& files, std::int32_t digits, bool listsInDatabase) {
-    CurrentSession().ModelFileName = RunFiles::kModel;
+void Convert(const MemoryFiles& files, std::int32_t digits, bool listsInDatabase) {
+    CurrentSession().ModelFileName = kModel;
     CreateStatusWindow();
     LoadEntityTypeNames();
     DeclareCatalogue();
     if (OpenDatabase()) {
         SetAllocationGate(listsInDatabase ? RefuseListMemory : nullptr);
-        ConvertToNeutral(9, RunFiles::kNeutral, digits);
+        ConvertToNeutral(9, kNeutral, digits);
         Require(CloseModelSession(), "a database that was opened can be closed");
-        Require(files.OnlyNeutralFileIsNew(), "beside the model there is its Neutral file alone");
+        Require(files.Paths() == std::vector<std::string>{kModel, kNeutral},
+                "beside the model there is its Neutral file alone");
     }
 }
 
 void Run(std::string_view model) {
-    static RunFiles files;
-    files.Start(model);
+    MemoryFiles files;
+    files.Put(kModel, model);
+    std::size_t written = 0;
+    files.onCall = [&](const FileCallRecord& call) {
+        if (call.kind != FileCall::kWrite) {
+            return;
+        }
+        written += call.path != kNeutral ? call.size : 0;
+        if (call.size >= kOutputBlock || written > model.size() + kMostWritten) {
+            throw LimitReached();
+        }
+    };
     const RecordingDesktop desktop;
     const bool hasStamp = model.size() >= kHeaderGenerationStamp + 2;
     const auto stampByte = [&](std::size_t i) {
@@ -75,12 +107,14 @@ void Run(std::string_view model) {
     Configure(stampByte(0));
     try {
         Convert(files, Digits(stampByte(1)), stampByte(0) % 8 >= 4);
-        Require(files.NothingIsOpen(), "no file is left open");
+        Require(files.OpenHandles() == 0, "no file is left open");
     } catch (const LimitReached&) {
+        files.onCall = nullptr;
         CloseNeutralStream();
     }
     SetAllocationGate(nullptr);
     ResetProgram();
+    Require(files.Bytes(kModel) == model, "the model is what it was");
 }
 
 }  // namespace

@@ -45,20 +45,20 @@ class Mutation {
   private:
     void ApplyOne() {
         const unsigned choice = Pick(100);
-        if (choice < 40) {
+        if (choice < 43) {
             ChangeRecord();
-        } else if (choice < 52) {
+        } else if (choice < 55) {
             ChangeEntry();
-        } else if (choice < 62) {
+        } else if (choice < 65) {
             ChangeBlockHeader();
-        } else if (choice < 70) {
+        } else if (choice < 73) {
             ChangeHeaderRecord();
         } else if (choice < 80) {
-            MutateSlice();
-        } else if (choice < 92) {
+            MutateSlice(Block(AnyDataBlock()), kBlock);
+        } else if (choice < 96) {
             MoveBlocks();
         } else {
-            ChangeEnd();
+            size_ -= Pick(std::min(size_ - kBlock * kFirstDataBlock, 4 * kBlock));
         }
     }
 
@@ -74,6 +74,7 @@ class Mutation {
     [[nodiscard]] std::uint32_t BlockCount() const {
         return static_cast<std::uint32_t>(size_ / kBlock);
     }
+    std::uint8_t* Block(std::uint32_t number) { return data_ + number * kBlock; }
 
     // One that is in use, most of the time.
     std::uint32_t AnyDataBlock() {
@@ -83,7 +84,6 @@ class Mutation {
         }
         return number;
     }
-    std::uint8_t* Block(std::uint32_t number) { return data_ + number * kBlock; }
 
     // A number that a finger or link could hold, right or wrong.
     std::uint32_t AnyBlockNumber() {
@@ -92,43 +92,39 @@ class Mutation {
         return Pick(8) < std::size(wrong) ? wrong[Pick(std::size(wrong))] : AnyDataBlock();
     }
 
-    std::int32_t AnyInteger() {
+    // The ends of IDs, of arrays in records, of integers; or the `old` value's surroundings.
+    std::uint32_t AnyInteger(std::uint32_t old) {
         constexpr std::int32_t kNotable[] = {
-            0,    1,    -1,    2,          3,           5,           7,   16,    35,
-            70,   80,   81,    110,        111,         121,         160, 161,   511,
-            1960, 1961, 65535, 99'999'999, 100'000'000, -99'999'999, -2,  -1960, 99'999'998};
-        const unsigned choice = Pick(6);
-        return choice == 0   ? static_cast<std::int32_t>(0x80000001U - Pick(4))
-               : choice == 1 ? static_cast<std::int32_t>(Random())
-                             : kNotable[Pick(std::size(kNotable))];
+            0,   1,   -1,  2,   3,    5,    7,     16,    35,         70,          80,         81,
+            110, 111, 121, 160, 1960, 1961, -1960, 65535, 99'999'999, 100'000'000, -99'999'999};
+        const std::uint32_t values[] = {0x80000001U - Pick(4), Random(), old + Pick(9) - 4};
+        const unsigned choice = Pick(8);
+        return choice < std::size(values)
+                   ? values[choice]
+                   : static_cast<std::uint32_t>(kNotable[Pick(std::size(kNotable))]);
+    }
+
+    void ChangeInteger(std::uint8_t* at) {
+        WriteLittleEndian(at, AnyInteger(ReadLittleEndian<std::uint32_t>(at)));
     }
 
     double AnyReal() {
         using Limits = std::numeric_limits<double>;
-        constexpr double kNotable[] = {0.0,
-                                       -0.0,
-                                       1.0,
-                                       -1.0,
-                                       0.1,
-                                       1e-5,
-                                       1e15,
-                                       1e300,
-                                       5e-324,
-                                       7.0,
-                                       99999999.5,
-                                       2147483648.0,
-                                       Limits::infinity(),
-                                       -Limits::infinity(),
-                                       Limits::quiet_NaN()};
-        return Pick(4) == 0 ? std::bit_cast<double>(std::uint64_t{Random()} << 32 | Random())
-                            : kNotable[Pick(std::size(kNotable))];
+        constexpr double kNotable[] = {0.1,           99999999.5,         Limits::denorm_min(),
+                                       Limits::max(), Limits::infinity(), Limits::quiet_NaN()};
+        const double any = std::bit_cast<double>(std::uint64_t{Random()} << 32 | Random());
+        const double whole = static_cast<std::int32_t>(AnyInteger(0));
+        const unsigned choice = Pick(2 * std::size(kNotable));
+        return choice < std::size(kNotable) ? kNotable[choice] : Pick(2) == 0 ? any : whole;
     }
 
-    void PutNumber(std::uint8_t* at, std::int32_t value, std::size_t width) {
-        const auto bits = static_cast<std::uint32_t>(value);
-        for (std::size_t i = 0; i < width; ++i) {
-            at[i] = static_cast<std::uint8_t>(bits >> (8 * i));
-        }
+    // Plain mutation of a few of the bytes, the size being kept.
+    void MutateSlice(std::uint8_t* bytes, std::size_t size) {
+        std::uint8_t copy[64];
+        const std::size_t offset = Pick(size);
+        const std::size_t length = std::min<std::size_t>(size - offset, 1 + Pick(sizeof copy));
+        std::memcpy(copy, bytes + offset, length);
+        std::memcpy(bytes + offset, copy, plain_(copy, length, length));
     }
 
     // Where a record of the block starts that exists, most of the time, and how long it is.
@@ -147,22 +143,17 @@ class Mutation {
         std::uint8_t* record = AnyRecord(Block(AnyDataBlock()), size);
         // Keys and counts stand at the front of most records.
         const std::size_t reach = Pick(2) == 0 ? std::min<std::size_t>(size, 24) : size;
-        std::size_t offset = Pick(reach) & ~std::size_t{3};
+        const std::size_t offset = std::min(Pick(reach) & ~std::size_t{3}, size - 4);
         const unsigned choice = Pick(8);
         if (choice < 4) {
-            PutNumber(record + offset, AnyInteger(), std::min<std::size_t>(size - offset, 4));
+            ChangeInteger(record + offset);
         } else if (choice == 4 && size >= 8) {
-            offset = std::min(offset & ~std::size_t{7}, size - 8);
-            WriteLittleEndian(record + offset, std::bit_cast<std::uint64_t>(AnyReal()));
+            WriteLittleEndian(record + std::min(offset & ~std::size_t{7}, size - 8), AnyReal());
         } else if (choice == 5) {
-            record[Pick(size)] = static_cast<std::uint8_t>(Random());
-        } else if (choice == 6) {
-            const std::size_t length = 1 + Pick(size - offset);
             constexpr std::uint8_t kFill[] = {0, 'x', '\n', '\r', 0xFF};
-            std::memset(record + offset, kFill[Pick(std::size(kFill))], length);
+            std::memset(record + offset, kFill[Pick(std::size(kFill))], 1 + Pick(size - offset));
         } else {
-            std::generate(record + offset, record + size,
-                          [&] { return static_cast<std::uint8_t>(Random()); });
+            MutateSlice(record, size);
         }
     }
 
@@ -171,103 +162,80 @@ class Mutation {
                IndexEntryNumber(block) * kIndexEntrySize;
     }
 
-    std::uint32_t AnyIndexedBlock() {
+    std::uint8_t* AnyEntry() {
         const std::uint32_t block = AnyDataBlock();
-        return IsIndexBlockPlace(block) ? kFirstDataBlock : block;
+        return EntryOf(IsIndexBlockPlace(block) ? kFirstDataBlock : block);
     }
 
     void ChangeEntry() {
-        std::uint8_t* entry = EntryOf(AnyIndexedBlock());
-        if (Pick(5) == 0) {
-            std::swap_ranges(entry, entry + kIndexEntrySize, EntryOf(AnyIndexedBlock()));
-            return;
+        std::uint8_t* entry = AnyEntry();
+        const unsigned choice = Pick(5);
+        if (choice == 0) {
+            std::swap_ranges(entry, entry + kIndexEntrySize, AnyEntry());
+        } else if (choice < 3) {
+            ChangeInteger(entry + (Pick(2) == 0 ? kEntryDatabase : kEntryFirstId));
+        } else {
+            WriteLittleEndian(entry + (Pick(2) == 0 ? kEntryNext : kEntryPrevious),
+                              AnyBlockNumber());
         }
-        const std::size_t field = 4 * Pick(4);
-        const bool isLink = field >= kEntryNext;
-        PutNumber(entry + field,
-                  isLink ? static_cast<std::int32_t>(AnyBlockNumber()) : NearInteger(entry + field),
-                  4);
-    }
-
-    std::int32_t NearInteger(const std::uint8_t* at) {
-        const auto old = ReadLittleEndian<std::uint32_t>(at);
-        return Pick(2) == 0 ? AnyInteger() : static_cast<std::int32_t>(old + Pick(9) - 4);
     }
 
     void ChangeBlockHeader() {
         std::uint8_t* block = Block(Pick(8) == 0 ? kFirstIndexBlock : AnyDataBlock());
-        std::uint8_t* key = block + (Pick(2) == 0 ? kBlockDatabase : kBlockFirstId);
+        const auto half = static_cast<std::uint16_t>(Random());
         switch (Pick(5)) {
             case 0:
-                block[kBlockKind] = static_cast<std::uint8_t>(Pick(3) == 0 ? Pick(256) : Pick(112));
+                block[kBlockKind] = static_cast<std::uint8_t>(Pick(3) == 0 ? half : Pick(112));
                 break;
             case 1:
-                PutNumber(key, NearInteger(key), 4);
+                ChangeInteger(block + (Pick(2) == 0 ? kBlockDatabase : kBlockFirstId));
                 break;
             case 2:
-                PutNumber(block + kBlockNumber, static_cast<std::int32_t>(AnyBlockNumber()), 4);
+                WriteLittleEndian(block + kBlockNumber, AnyBlockNumber());
                 break;
             case 3:
-                PutNumber(block + kBlockLiveCount, AnyInteger(), 2);
+                WriteLittleEndian(block + kBlockLiveCount,
+                                  static_cast<std::uint16_t>(AnyInteger(half)));
                 break;
             default:
-                PutNumber(block + kBlockBitmap + 2 * Pick(32), static_cast<std::int32_t>(Random()),
-                          2);
+                WriteLittleEndian(block + kBlockBitmap + 2 * Pick(32), half);
         }
     }
 
     void ChangeHeaderRecord() {
-        const std::size_t type = Pick(kEntityTypeCount);
-        switch (Pick(4)) {
-            case 0:
-                PutNumber(data_ + kHeaderActiveId + 4 * type, AnyInteger(), 4);
-                break;
-            case 1:
-                data_[kHeaderGenerationStamp + Pick(2)] = static_cast<std::uint8_t>(Random());
-                break;
-            default:
-                PutNumber(data_ + kHeaderFingers + 4 * Finger(),
-                          static_cast<std::int32_t>(AnyBlockNumber()), 4);
+        // A kind that has blocks, most of the time.
+        const std::uint8_t used = Block(AnyDataBlock())[kBlockKind];
+        const std::size_t kind =
+            used < kEntityTypeCount && Pick(6) != 0 ? used : Pick(kEntityTypeCount);
+        const unsigned choice = Pick(4);
+        if (choice == 0) {
+            ChangeInteger(data_ + kHeaderActiveId + 4 * Pick(kEntityTypeCount));
+        } else if (choice == 1) {
+            data_[kHeaderGenerationStamp + Pick(2)] = static_cast<std::uint8_t>(Random());
+        } else {
+            WriteLittleEndian(data_ + kHeaderFingers + 4 * kind, AnyBlockNumber());
         }
     }
 
-    // A kind that has blocks, most of the time.
-    std::size_t Finger() {
-        const std::uint8_t kind = Block(AnyDataBlock())[kBlockKind];
-        return kind < kEntityTypeCount && Pick(6) != 0 ? kind : Pick(kEntityTypeCount);
-    }
-
-    // Plain mutation of a few bytes, the size being kept.
-    void MutateSlice() {
-        std::uint8_t* block = Block(Pick(4) == 0 ? Pick(kFirstDataBlock) : AnyDataBlock());
-        std::uint8_t* slice = block + Pick(kBlock - 64);
-        std::uint8_t copy[64];
-        std::memcpy(copy, slice, sizeof copy);
-        const std::size_t length = plain_(copy, 1 + Pick(sizeof copy), sizeof copy);
-        std::memcpy(slice, copy, length);
-    }
-
     void MoveBlocks() {
-        const std::uint32_t a = AnyDataBlock();
-        const std::uint32_t b = AnyDataBlock();
+        const std::uint32_t source = AnyDataBlock();
+        std::uint8_t* a = Block(source);
+        std::uint8_t* b = Block(AnyDataBlock());
         switch (Pick(5)) {
             case 0:
-                std::swap_ranges(Block(a), Block(a) + kBlock, Block(b));
+                std::swap_ranges(a, a + kBlock, b);
                 break;
             case 1:
-                if (a != b) {
-                    std::memcpy(Block(a), Block(b), kBlock);
-                }
+                std::memmove(a, b, kBlock);
                 break;
             case 2:
-                std::memset(Block(a), 0, kBlock);
+                std::memset(a, 0, kBlock);
                 break;
             case 3:
-                std::swap_ranges(Block(a) + kBlockRecords, Block(a) + kBlock,
-                                 Block(b) + kBlockRecords);
+                std::swap_ranges(a + kBlockRecords, a + kBlock, b + kBlockRecords);
                 break;
             default:
-                AppendCopy(a);
+                AppendCopy(source);
         }
     }
 
@@ -277,36 +245,23 @@ class Mutation {
         if (size_ % kBlock != 0 || size_ + kBlock > maxSize_) {
             return;
         }
-        std::memcpy(Block(number), Block(source), kBlock);
+        std::uint8_t* block = Block(number);
         size_ += kBlock;
         if (IsIndexBlockPlace(number) || IsIndexBlockPlace(source)) {
-            std::memset(Block(number), 0, kBlock);
+            std::memset(block, 0, kBlock);
             return;
         }
         std::uint8_t* entry = EntryOf(number);
-        std::uint8_t* before = EntryOf(source);
-        std::memcpy(entry, before, kIndexEntrySize);
+        std::memcpy(block, Block(source), kBlock);
+        std::memcpy(entry, EntryOf(source), kIndexEntrySize);
         WriteLittleEndian(entry + kEntryPrevious, source);
-        WriteLittleEndian(before + kEntryNext, number);
-        WriteLittleEndian(Block(number) + kBlockNumber, number);
-        const int field = Pick(2) == 0 ? kEntryDatabase : kEntryFirstId;
-        const int header = field == kEntryDatabase ? kBlockDatabase : kBlockFirstId;
-        const auto key = ReadLittleEndian<std::uint32_t>(entry + field) + 1 + Pick(30);
-        WriteLittleEndian(entry + field, key);
-        WriteLittleEndian(Block(number) + header, key);
-    }
-
-    void ChangeEnd() {
-        const std::size_t keep = kBlock * (kFirstDataBlock + 1);
-        if (Pick(3) != 0 && size_ + kBlock <= maxSize_) {
-            const std::size_t more = kBlock * (1 + Pick(2)) + (Pick(8) == 0 ? Pick(kBlock) : 0);
-            const std::size_t end = std::min(size_ + more, maxSize_);
-            std::memset(data_ + size_, 0, end - size_);
-            size_ = end;
-        } else if (size_ > keep) {
-            size_ = Pick(2) == 0 ? size_ - 1 - Pick(std::min(size_ - keep, kBlock))
-                                 : keep + kBlock * Pick((size_ - keep) / kBlock + 1);
-        }
+        WriteLittleEndian(EntryOf(source) + kEntryNext, number);
+        WriteLittleEndian(block + kBlockNumber, number);
+        const bool other = Pick(2) == 0;
+        std::uint8_t* inEntry = entry + (other ? kEntryDatabase : kEntryFirstId);
+        const auto key = ReadLittleEndian<std::uint32_t>(inEntry) + 1 + Pick(30);
+        WriteLittleEndian(inEntry, key);
+        WriteLittleEndian(block + (other ? kBlockDatabase : kBlockFirstId), key);
     }
 
     std::uint8_t* data_;

@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
-#include <string_view>
+
+#include <fuzzer/FuzzedDataProvider.h>
 
 #include "neutral/neutral_stream.h"
 #include "neutral/real_format.h"
@@ -20,34 +20,7 @@ namespace {
 
 constexpr const char* kPath = "/text.neu";
 
-// Takes values from the input; zeros behind its end.
-class Source {
-  public:
-    explicit Source(std::string_view bytes) : bytes_(bytes) {}
-
-    [[nodiscard]] bool IsEmpty() const { return bytes_.empty(); }
-
-    template <class Value>
-    Value Take() {
-        Value value{};
-        const std::size_t size = std::min(bytes_.size(), sizeof value);
-        std::memcpy(&value, bytes_.data(), size);
-        bytes_.remove_prefix(size);
-        return value;
-    }
-
-    std::string_view TakeText() {
-        const std::size_t size = std::min<std::size_t>(bytes_.size(), Take<std::uint8_t>());
-        const std::string_view text = bytes_.substr(0, size);
-        bytes_.remove_prefix(text.size());
-        return text;
-    }
-
-  private:
-    std::string_view bytes_;
-};
-
-std::string WithLineEnds(std::string_view text) {
+std::string WithLineEnds(const std::string& text) {
     std::string result;
     for (const char c : text) {
         result += c == '\n' ? "\r\n" : std::string(1, c);
@@ -75,75 +48,68 @@ void RequireEqual(const std::string& actual, const std::string& expected) {
     }
 }
 
-std::string CheckedReal(double value, std::int32_t width, std::int32_t digits) {
-    const std::string expected = ReferenceReal(value, width, digits);
+std::string CheckedReal(double value, const NeutralWriteContext& context) {
+    const std::string expected = ReferenceReal(value, context.realWidth, context.realDigits);
     ResetRealBuffers();
-    RequireEqual(FormatReal(value, width, digits), expected);
+    RequireEqual(FormatReal(value, context.realWidth, context.realDigits), expected);
     return expected + ",";
 }
 
 // Writes one field and returns the text that it must have made.
-std::string WriteField(Source& source, const NeutralWriteContext& context) {
-    switch (source.Take<std::uint8_t>() % 8) {
+std::string WriteField(FuzzedDataProvider& source, const NeutralWriteContext& context) {
+    switch (source.ConsumeIntegralInRange(0, 7)) {
         case 0: {
-            const auto value = source.Take<std::int32_t>();
+            const auto value = source.ConsumeIntegral<std::int32_t>();
             PutLong(value);
             return std::to_string(value) + ",";
         }
         case 1: {
-            const auto value = source.Take<std::uint8_t>();
+            const auto value = source.ConsumeIntegral<std::uint8_t>();
             PutByte(value);
             PutBool(value);
             return std::to_string(value) + (value != 0 ? ",1," : ",0,");
         }
         case 2: {
-            const auto value = source.Take<float>();
-            PutFloat(value);
-            return CheckedReal(value, context.realWidth, context.realDigits);
-        }
-        case 3: {
-            const std::string_view text = source.TakeText();
+            const std::string text = source.ConsumeRandomLengthString(255);
             PutString(text);
             return text.empty() ? "<NULL>" : WithLineEnds(text);
         }
-        case 4: {
-            const std::string_view text = source.TakeText();
+        case 3: {
+            const std::string text = source.ConsumeRandomLengthString(255);
             PutText(text);
-            return TextLines(std::string(text));
+            return TextLines(text);
         }
-        case 5:
+        case 4:
             EndLine();
             return "\r\n";
-        case 6: {
-            // A number with few digits, as models have them.
-            const double value = source.Take<std::int16_t>() / 1000.0;
-            PutReal(value);
-            return CheckedReal(value, context.realWidth, context.realDigits);
+        case 5: {
+            const auto value = std::bit_cast<float>(source.ConsumeIntegral<std::uint32_t>());
+            PutFloat(value);
+            return CheckedReal(value, context);
         }
         default: {
-            const auto value = std::bit_cast<double>(source.Take<std::uint64_t>());
+            // Any number, or one with few digits, as models have them.
+            const double value =
+                source.ConsumeBool()
+                    ? std::bit_cast<double>(source.ConsumeIntegral<std::uint64_t>())
+                    : source.ConsumeIntegral<std::int16_t>() / 1000.0;
             PutReal(value);
-            return CheckedReal(value, context.realWidth, context.realDigits);
+            return CheckedReal(value, context);
         }
     }
 }
 
-void Run(Source source) {
+void Run(FuzzedDataProvider source) {
     MemoryFiles files;
     NeutralWriteContext context;
-    context.realDigits = source.Take<std::uint8_t>() % 40 - 8;
+    context.realDigits = source.ConsumeIntegralInRange(-8, 31);
     context.realWidth = context.realDigits + 7;
     SetNeutralContext(&context);
-    if (!OpenNeutralStream(kPath, false)) {
-        std::abort();
-    }
-    std::string expected;
-    while (!source.IsEmpty()) {
+    std::string expected = OpenNeutralStream(kPath, false) ? "" : "an open file";
+    while (source.remaining_bytes() > 0) {
         expected += WriteField(source, context);
     }
-    if (!CloseNeutralStream()) {
-        std::abort();
-    }
+    expected += CloseNeutralStream() ? "" : " that can be closed";
     SetNeutralContext(nullptr);
     RequireEqual(files.Bytes(kPath), expected);
 }
@@ -152,6 +118,6 @@ void Run(Source source) {
 }  // namespace mod2neu
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    mod2neu::Run(mod2neu::Source({reinterpret_cast<const char*>(data), size}));
+    mod2neu::Run(FuzzedDataProvider(data, size));
     return 0;
 }

@@ -49,20 +49,19 @@ class PropertyBlockTest : public ConversionTest {
 
 TEST_F(PropertyBlockTest, LaminateIsTheRoundedValue55) {
     const Lines none = {"0,"};
-    std::vector<std::pair<std::string, Lines>> laminates = {{"2.4", PutLaminate(2, 7, 1, 7)},
-                                                            {"2.5", PutLaminate(3, 3, 2, 3)}};
-    laminates.insert(laminates.end(),
-                     {{"1.5", laminates[0].second}, {"3.49", laminates[1].second}});
+    const Lines two = PutLaminate(2, 7, 1, 7);
+    const Lines three = PutLaminate(3, 3, 2, 3);
+    std::vector<std::pair<std::string, Lines>> laminates = {
+        {"1.5", two}, {"2.4", two}, {"2.5", three}, {"3.49", three}};
     PutLaminate(1, 3, 1, 3);
     // Values that name none, for want of such an ID or of a number.
-    for (const char* value :
-         {"0.4", "-2.5", "12.", "1.E+300", "2147483648.", "4294967297.", "inf", "-inf", "nan"}) {
+    for (const char* value : {"0.4", "-2.5", "12.", "2147483648.", "4294967297.", "-inf", "nan"}) {
         laminates.emplace_back(value, none);
     }
     // Plies that are claimed, records to hold 80 each, and plies that are written.
-    const std::array<int, 3> chains[] = {{0, 1, 0},   {80, 1, 80},         {80, 2, 80},
-                                         {81, 2, 81}, {81, 1, 80},         {240, 3, 240},
-                                         {-1, 1, 0},  {2147483647, 2, 160}};
+    const std::array<int, 3> chains[] = {{0, 1, 0},           {80, 2, 80},   {81, 2, 81},
+                                         {81, 1, 80},         {240, 3, 240}, {-1, 1, 0},
+                                         {2147483647, 2, 160}};
     int laminate = 99999990;
     for (const auto& [total, records, plies] : chains) {
         ++laminate;
@@ -79,7 +78,7 @@ TEST_F(PropertyBlockTest, LaminateIsTheRoundedValue55) {
     for (const int kind : {-2, 0, 1, 3, 4, 6, 7, 9, 17, 258}) {
         expected += PutProperty(kind, "2.") + none;
     }
-    ExpectBlock(402, expected, 76, "Property");
+    ExpectBlock(402, expected, 67, "Property");
 }
 
 TEST_F(DefinitionBlocksTest, OutputDataIsStoredUnderTheKeyOfItsVector) {
@@ -159,13 +158,12 @@ TEST_F(DefinitionBlocksTest, StoredTextIsJoinedUpToTheTerminator) {
                                                {"2,", "14,", "2,", "no terminator", "<NULL>"}}));
     // Only a text with bytes has a block; a chunk has no more of them than it has room for.
     model_ = {};
-    PutChunk(54, 1, 1, whole, 1961);
-    PutChunk(54, 1, 2, whole, -1);
-    PutChunk(54, 1, 3, whole, 2147483647);
-    PutChunk(54, 2, 1, whole, -2147483647);
-    EXPECT_EQ(Blocks(540), (std::vector<Lines>{{"1,", "3920,", "1,", whole + whole}}));
-    model_ = {};
     PutChunk(54, 1, 1, "");
+    PutChunk(54, 2, 1, whole, 1961);
+    PutChunk(54, 2, 2, whole, -1);
+    PutChunk(54, 2, 3, whole, 2147483647);
+    EXPECT_EQ(Blocks(540), (std::vector<Lines>{{"2,", "3920,", "1,", whole + whole}}));
+    model_ = {};
     PutChunk(54, 2, 1, "\0gone"s);
     EXPECT_EQ(Blocks(540), (std::vector<Lines>{{"2,", "5,", "1,", "<NULL>"}}));
 }

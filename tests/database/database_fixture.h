@@ -36,12 +36,9 @@ class DatabaseTest : public ::testing::Test {
     // Opens a new model without a block, in place.
     void Create(int buffers = 0, int blocksPerBuffer = 20);
 
-    static void SetCache(int minBuffers, int maxBuffers, int blocksPerBuffer);
-
-    // The working file with everything written to it, the database left open, and what an
-    // independent reader finds in it, which must be sound.
-    ModelImage Flushed();
-    ModelReader Stored();
+    // What an independent reader finds in the working file with everything written to it. The
+    // database stays open.
+    ModelReader Stored(bool mustBeSound = true);
 
     // IDs of the standard walk over a table, and of RecordWalk. Both must find the records that
     // their IDs say; a walk that does not ascend or does not end is a failure.

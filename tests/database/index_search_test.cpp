@@ -2,7 +2,6 @@
 // has been remembered.
 
 #include <algorithm>
-#include <optional>
 
 #include "database/block_hints.h"
 #include "database/block_index.h"
@@ -14,10 +13,6 @@ namespace mod2neu {
 
 namespace {
 
-std::int32_t FirstId(int blockOfRange) {
-    return 1 + 27 * blockOfRange;
-}
-
 class IndexSearchTest : public DatabaseTest {
   protected:
     // Nodes under database numbers 1 to 3, two possible blocks each: six keys, of which bit i of
@@ -27,7 +22,7 @@ class IndexSearchTest : public DatabaseTest {
         keys_.clear();
         for (int bit = 0; bit < 6; ++bit) {
             if ((present >> bit & 1U) != 0) {
-                const BlockKey key{1 + bit / 2, FirstId(bit % 2)};
+                const BlockKey key{1 + bit / 2, 1 + 27 * (bit % 2)};
                 keys_.push_back(key);
                 builder.Add(kNode, key.database, key.firstId,
                             TaggedRecord(kNode, key.database, key.firstId));
@@ -37,14 +32,6 @@ class IndexSearchTest : public DatabaseTest {
         chain_ = image.Chain(kNode);
         Open(image, 5, 2);
         ASSERT_TRUE(EnsureCacheLocked());
-    }
-
-    void Start(std::uint32_t finger, BlockKey key, std::uint32_t remembered) {
-        ClearBlockHints();
-        SetIndexFinger(kNode, finger);
-        if (remembered != 0) {
-            RememberBlock(kNode, remembered, key, 1);
-        }
     }
 
     // The answers that the sorted list of keys gives.
@@ -71,11 +58,15 @@ TEST_F(IndexSearchTest, EveryChainEveryFingerEveryKey) {
         std::vector<std::uint32_t> fingers = chain_;
         fingers.resize(std::max<std::size_t>(chain_.size(), 1));
         for (int code = 0; code < 12; ++code) {
-            const BlockKey key{1 + code / 3, FirstId(code % 3)};
+            const BlockKey key{1 + code / 3, 1 + 27 * (code % 3)};
             for (const std::uint32_t finger : fingers) {
                 // Nothing, a block of another key, one beyond the file.
                 for (const std::uint32_t remembered : {0U, fingers.back(), 1'000'000U}) {
-                    Start(finger, key, remembered);
+                    ClearBlockHints();
+                    SetIndexFinger(kNode, finger);
+                    if (remembered != 0) {
+                        RememberBlock(kNode, remembered, key, 1);
+                    }
                     CheckSearch(key);
                     ASSERT_FALSE(HasFatalFailure())
                         << "blocks " << present << " finger " << finger << " key " << key.database
@@ -99,39 +90,6 @@ TEST_F(IndexSearchTest, IdsOutsideTheRangeAreNeverLocated) {
         EXPECT_FALSE(LocateRecord(static_cast<EntityType>(kind), 1, 1, place)) << kind;
         EXPECT_EQ(AdjacentDatabase(static_cast<EntityType>(kind), 1, true), kNoId) << kind;
     }
-    for (const auto& [id, index] : {std::pair(27, 26), {28, 0}}) {
-        ASSERT_TRUE(LocateRecord(kNode, 1, id, place));
-        EXPECT_EQ(place.index, index);
-    }
-}
-
-TEST_F(IndexSearchTest, HintRowsKeepTheirOrder) {
-    OpenWorld(1);
-    const KindHints& rows = HintsOf(kNode);
-    for (std::uint32_t i = 1; i <= 10; ++i) {
-        RememberBlock(kNode, 100 + i, {static_cast<std::int32_t>(i), 1}, 50 - i);
-    }
-    // A block that is known already changes nothing; a second one goes before the first.
-    RememberBlock(kNode, 105, {5, 1}, 1000);
-    EXPECT_EQ(rows[4].lastUse, 45U);
-    RememberBlock(kNode, 205, {5, 28}, 60);
-    EXPECT_EQ(rows[4].lastUse, 60U);
-    EXPECT_EQ(rows[4].entries[0].blockNumber, 205U);
-    EXPECT_EQ(rows[4].entries[1].blockNumber, 105U);
-    // An eleventh database number replaces the row of the smallest use, the last, and comes first;
-    // its row holds twenty blocks.
-    for (std::uint32_t i = 0; i < 21; ++i) {
-        RememberBlock(kNode, 300 + i, {11, FirstId(static_cast<int>(i))}, 70 + i);
-    }
-    for (std::size_t row = 1; row < 10; ++row) {
-        EXPECT_EQ(rows[row].database, static_cast<std::int32_t>(row));
-    }
-    EXPECT_EQ(rows[0].database, 11);
-    EXPECT_EQ(rows[0].entries[0].blockNumber, 320U);
-    EXPECT_EQ(rows[0].entries[19].blockNumber, 301U);
-    ForgetBlock(kNode, {11, FirstId(20)});
-    EXPECT_EQ(rows[0].entries[0].blockNumber, 319U);
-    EXPECT_EQ(rows[0].entries[19].blockNumber, 0U);
 }
 
 }  // namespace

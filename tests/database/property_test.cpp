@@ -33,16 +33,11 @@ class NaiveModel {
 
     [[nodiscard]] Ids IdsOf(int type, std::int32_t database) const {
         Ids ids;
-        for (auto at = records.lower_bound({type, database, 0});
-             at != records.end() && at->first.type == type && at->first.database == database;
-             ++at) {
-            ids.push_back(at->first.id);
+        for (std::int32_t id = FirstFrom(type, database, 1); id != kNoId;
+             id = FirstFrom(type, database, id + 1)) {
+            ids.push_back(id);
         }
         return ids;
-    }
-
-    [[nodiscard]] bool Has(int type, std::int32_t database, std::int32_t id) const {
-        return records.contains({type, database, id});
     }
 
     [[nodiscard]] std::int32_t FirstFrom(int type, std::int32_t database, std::int32_t id) const {
@@ -116,7 +111,7 @@ class NaiveModel {
     }
 
     [[nodiscard]] std::int32_t NotUsedFrom(int type, std::int32_t id, std::int32_t step) const {
-        while (Has(type, 1, id)) {
+        while (records.contains({type, 1, id})) {
             id += step;
         }
         return id;
@@ -130,17 +125,13 @@ struct World {
     bool fromImage;  // an old model with gaps, or a new one
 };
 
-void PrintTo(const World& world, std::ostream* out) {
-    *out << "seed " << world.seed;
-}
-
 class PropertyTest : public DatabaseTest, public ::testing::WithParamInterface<World> {
   protected:
     void Start() {
         const World& world = GetParam();
         random_.seed(world.seed);
         if (world.fromImage) {
-            StartFromImage(world);
+            Open(MakeImage(world), world.buffers, world.blocksPerBuffer);
             return;
         }
         Create(world.buffers, world.blocksPerBuffer);
@@ -153,20 +144,11 @@ class PropertyTest : public DatabaseTest, public ::testing::WithParamInterface<W
         type_ = kTypes[Pick(kTypes.size())];
         database_ = kDatabases[Pick(kDatabases.size())];
         id_ = SomeId();
-        const std::uint32_t choice = Pick(13);
-        if (choice < 5) {
-            PutSome();
-        } else if (choice < 7) {
-            DeleteSome();
-        } else if (choice < 9) {
-            GetAndSeek();
-        } else if (choice < 10) {
-            AppendOne();
-        } else if (choice < 12) {
-            ChangeSet();
-        } else {
-            SeekDatabase();
-        }
+        using Self = PropertyTest;
+        static constexpr std::array kActions = {
+            &Self::PutSome,    &Self::PutSome,   &Self::PutSome,   &Self::DeleteSome,
+            &Self::GetAndSeek, &Self::AppendOne, &Self::ChangeSet, &Self::SeekDatabase};
+        (this->*kActions.at(Pick(kActions.size())))();
     }
 
     void CheckFile() {
@@ -194,7 +176,7 @@ class PropertyTest : public DatabaseTest, public ::testing::WithParamInterface<W
     }
 
   private:
-    void StartFromImage(const World& world) {
+    ModelImage MakeImage(const World& world) {
         ModelBuilder builder;
         for (const EntityType type : kTypes) {
             for (const std::int32_t database : kDatabases) {
@@ -210,8 +192,11 @@ class PropertyTest : public DatabaseTest, public ::testing::WithParamInterface<W
                                     ids.back() + 1, ids.front()};
             builder.ActiveId(type, ids.front()).Finger(type, static_cast<int>(Pick(30)));
         }
-        builder.FreeBlocks(9).NeverUsedBlocks(60).Garbage(world.seed).Shuffle(world.seed);
-        Open(builder.Build(), world.buffers, world.blocksPerBuffer);
+        return builder.FreeBlocks(9)
+            .NeverUsedBlocks(60)
+            .Garbage(world.seed)
+            .Shuffle(world.seed)
+            .Build();
     }
 
     std::uint32_t Pick(std::size_t count) { return static_cast<std::uint32_t>(random_() % count); }
@@ -249,9 +234,10 @@ class PropertyTest : public DatabaseTest, public ::testing::WithParamInterface<W
     void GetAndSeek() {
         std::vector<std::uint8_t> expected(kRecordAreaSize, 0xA5);
         std::vector<std::uint8_t> buffer = expected;
-        const bool exists = model_.Has(type_, database_, id_);
+        const auto record = model_.records.find({type_, database_, id_});
+        const bool exists = record != model_.records.end();
         if (exists) {
-            std::ranges::copy(model_.records.at({type_, database_, id_}), expected.begin());
+            std::ranges::copy(record->second, expected.begin());
         }
         ASSERT_EQ(GetRecord(type_, database_, id_, buffer.data()), exists);
         ASSERT_EQ(buffer, expected) << "and nothing behind the record is touched";
@@ -319,7 +305,7 @@ class PropertyTest : public DatabaseTest, public ::testing::WithParamInterface<W
     // A new word without members, of which some are kept out.
     void BlockSome() {
         const std::int32_t word = id_ / 16 + 1;
-        if (!model_.Has(kSetType, kSetDatabase, word)) {
+        if (!model_.records.contains({kSetType, kSetDatabase, word})) {
             const auto bits = static_cast<std::uint8_t>(random_());
             const std::vector<std::uint8_t> bytes = {0, 0, bits, bits};
             ASSERT_TRUE(PutRecord(kSetType, kSetDatabase, word, bytes.data()));
@@ -360,9 +346,7 @@ TEST_P(PropertyTest, TheEngineKeepsWhatThePlainModelKeeps) {
     if (!GetParam().fromImage) {
         ASSERT_TRUE(CloseDatabase());
         EXPECT_EQ(files.OpenHandles(), 0U);
-        DatabaseSettings settings;
-        settings.workOnScratchCopy = false;
-        SetDatabaseSettings(settings);
+        SetDatabaseSettings({.scratchDirectory = {}, .workOnScratchCopy = false});
         ASSERT_TRUE(OpenDatabase());
         CheckWalks();
         CheckFile();

@@ -73,11 +73,8 @@ std::string ConversionTest::Convert(std::int32_t digits) {
     CreateStatusWindow();
     LoadEntityTypeNames();
     DeclareCatalogue();
-    DatabaseSettings settings;
-    settings.BlocksPerBuffer = 1;
-    settings.MinBuffers = 5;
-    settings.MaxBuffers = 5;
-    SetDatabaseSettings(settings);
+    SetDatabaseSettings(
+        {.scratchDirectory = {}, .BlocksPerBuffer = 1, .MinBuffers = 5, .MaxBuffers = 5});
     EXPECT_TRUE(OpenDatabase());
     ConvertToNeutral(9, modelPath_, digits);
     EXPECT_TRUE(CloseModelSession());
@@ -103,10 +100,8 @@ void ConversionTest::ExpectBlock(int number, const Lines& lines, int count,
     const std::vector<Lines> blocks = Blocks(number);
     ASSERT_EQ(blocks.size(), 1U) << "blocks " << number;
     const auto [actual, expected] = std::ranges::mismatch(blocks[0], lines);
-    const auto text = [](const Lines& all, auto line) { return line == all.end() ? "-" : *line; };
-    EXPECT_TRUE(actual == blocks[0].end() && expected == lines.end())
-        << "block " << number << ", line " << actual - blocks[0].begin() + 1 << ":\n  "
-        << text(blocks[0], actual) << "\nis not\n  " << text(lines, expected);
+    EXPECT_EQ(Lines(actual, blocks[0].end()), Lines(expected, lines.end()))
+        << "block " << number << " from line " << actual - blocks[0].begin() + 1 << " on";
     const std::string report = Cat(count, " ", name, "(s) Translated.");
     EXPECT_EQ(std::ranges::count(desktop_.statusLines, report), name.empty() ? 0 : 1) << report;
 }

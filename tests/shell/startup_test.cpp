@@ -166,29 +166,25 @@ TEST_F(StartupTests, OnlyVersionSixIsOpened) {
     }
 }
 
-// The program itself, its streams no terminal. It ends with exit code 0 whatever is wrong; a
-// working copy stays only where the run ends before its closing.
+// The program itself, its streams no terminal. It ends with exit code 0 whatever is wrong.
 TEST(Program, AnswersConvertsOrRefuses) {
     const ScratchDirectory directory;
-    for (const auto& [name, version] : {std::pair("wing.mod", 6.0), std::pair("old.mod", 5.1)}) {
-        const ModelImage model = ModelBuilder().Version(version).Build();
-        directory.Write(name, std::string(model.bytes.begin(), model.bytes.end()));
-    }
-    const std::tuple<std::string, std::string, bool> cases[] = {
-        {"--version", "mod2neu " MOD2NEU_VERSION "\n", false},
-        {"--help", "Usage: mod2neu ", false},
-        {"missing", "Unable to Open File missing.mod:  .", false},
-        {"old", "Invalid Version 6 Model Database (5.1).", true},
-        {"WING", "mod2neu: complete: WING.neu\n", false}};
-    for (const auto& [argument, says, scratchStays] : cases) {
+    const std::vector<std::uint8_t> model = ModelBuilder().Build().bytes;
+    directory.Write("wing.mod", {model.begin(), model.end()});
+    for (const auto& [argument, says] : {
+             std::pair("--version", "mod2neu " MOD2NEU_VERSION "\n"),
+             std::pair("--help", "Usage: mod2neu "),
+             std::pair("missing", "Unable to Open File missing.mod:  ."),
+             std::pair("WING", "mod2neu: complete: WING.neu\n"),
+         }) {
         const std::string command = "cd " + directory.Path() + " && TEMP=. timeout 60 " +
                                     MOD2NEU_PROGRAM " " + argument + " </dev/null >out 2>&1";
         EXPECT_EQ(std::system(command.c_str()), 0) << argument;
-        EXPECT_NE(BytesOf(directory / "out").find(says), std::string::npos)
-            << argument << ": " << BytesOf(directory / "out");
-        EXPECT_EQ(BytesOf(directory / (argument + ".neu")).empty(), argument != "WING");
-        EXPECT_EQ(BytesOf(directory / (argument + ".scr")).empty(), !scratchStays) << argument;
+        const std::string said = BytesOf(directory / "out");
+        EXPECT_NE(said.find(says), std::string::npos) << argument << ": " << said;
     }
+    EXPECT_FALSE(BytesOf(directory / "WING.neu").empty());
+    EXPECT_EQ(BytesOf(directory / "WING.scr"), "");
 }
 
 }  // namespace

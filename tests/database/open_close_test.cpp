@@ -7,7 +7,6 @@
 #include "database/database_fixture.h"
 #include "database/engine_memory.h"
 #include "database/flag_set.h"
-#include "shell/session.h"
 #include "shell/status_window.h"
 
 namespace mod2neu {
@@ -83,21 +82,6 @@ TEST_F(OpenCloseTest, TheHeaderIsReadAndTheCopyHeldUntilItIsDeleted) {
     EXPECT_FALSE(OpenAgain());
     EXPECT_TRUE(files.Paths().empty());
     EXPECT_TRUE(TakeBoxes().empty()) << "a missing model is no message";
-}
-
-TEST_F(OpenCloseTest, TheScratchFileBearsTheModelsName) {
-    for (const auto& [model, temp, scratch] :
-         {std::tuple("/models/wing.MOD", "", "/memory/wing.scr"),
-          {"/models/wing.old.mod", "/temp/", "/temp/wing.scr"},
-          {"/a.b/wing", "/temp", "/temp/wing.scr"}}) {
-        Restart();
-        files.Put(model, model_);
-        files.tempDirectory = temp;
-        CurrentSession().ModelFileName = model;
-        EXPECT_TRUE(OpenDatabase()) << scratch;
-        EXPECT_TRUE(files.Has(scratch)) << scratch;
-        EXPECT_TRUE(CloseModelSession());
-    }
 }
 
 TEST_F(OpenCloseTest, FilesInUseAreReportedAndLeftAlone) {

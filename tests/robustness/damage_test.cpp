@@ -282,7 +282,11 @@ TEST(HostileWorkTest, ScatteredListsGoThroughTheDatabase) {
     entries.resize((entries.size() + 34) / 35 * 35);
     ModelBuilder model;
     for (std::size_t chunk = 0; chunk < entries.size() / 35; ++chunk) {
-        model.Add(50, static_cast<std::int32_t>(chunk + 1), 2, &entries[35 * chunk], 140);
+        RecordImage record(140);
+        for (std::size_t i = 0; i < 35; ++i) {
+            record.I32(4 * i, entries[35 * chunk + i]);
+        }
+        model.Add(50, static_cast<std::int32_t>(chunk + 1), 2, record);
     }
     model.Add(50, 1, 1, RecordImage(140).I32(0, 1).I32(4, 8));
     model.Add(50, 1, 3, RecordImage(140).I32(0, 1).I32(4, 9));

@@ -28,9 +28,7 @@ MemoryFiles::~MemoryFiles() {
 }
 
 void MemoryFiles::Put(const std::string& path, std::string_view bytes) {
-    auto node = std::make_shared<Node>();
-    node->bytes = bytes;
-    files_[Absolute(path)] = node;
+    files_[Absolute(path)] = std::make_shared<Node>(Node{std::string(bytes)});
 }
 
 void MemoryFiles::Remove(const std::string& path) {
@@ -59,16 +57,19 @@ std::vector<std::string> MemoryFiles::Paths() const {
     return paths;
 }
 
+std::size_t MemoryFiles::CallCount(FileCall kind) const {
+    return static_cast<std::size_t>(std::ranges::count(calls, kind, &FileCallRecord::kind));
+}
+
 // Logs the call; false when it is one that has to fail.
 bool MemoryFiles::Begin(FileCall kind, const std::string& path, std::size_t size) {
     calls.push_back({kind, path, size});
-    ++kindCounts_[kind];
     if (onCall) {
         onCall(FileCallRecord(calls.back()));
     }
     for (const Fault& fault : faults_) {
         const std::size_t call = !fault.kind          ? calls.size()
-                                 : fault.kind == kind ? kindCounts_[kind]
+                                 : fault.kind == kind ? CallCount(kind)
                                                       : 0;
         if (call >= fault.first && call - fault.first < fault.count) {
             ++faultsInjected;
@@ -101,28 +102,18 @@ std::shared_ptr<MemoryFiles::Node> MemoryFiles::Find(const std::string& path) co
 std::shared_ptr<MemoryFiles::Node> MemoryFiles::FindOrCreate(const std::string& fullPath,
                                                              const OpenMode& mode) {
     for (const auto& [directory, error] : forbidden_) {
-        if (fullPath.compare(0, directory.size(), directory) == 0) {
+        if (fullPath.starts_with(directory)) {
             Fail(error);
             return nullptr;
         }
     }
-    std::shared_ptr<Node>& node = files_[fullPath];
-    if (node == nullptr) {
-        node = std::make_shared<Node>();
-    }
+    const std::shared_ptr<Node> node =
+        files_.try_emplace(fullPath, std::make_shared<Node>()).first->second;
     if (mode.ownerOnly && node->names > 1) {
         Fail(EEXIST);
         return nullptr;
     }
     return node;
-}
-
-std::int64_t MemoryFiles::Used() const {
-    std::int64_t used = 0;
-    for (const auto& [path, node] : files_) {
-        used += static_cast<std::int64_t>(node->bytes.size()) / node->names;
-    }
-    return used;
 }
 
 bool MemoryFiles::Exists(const std::string& path) {
@@ -163,14 +154,13 @@ FileHandle MemoryFiles::Open(const std::string& path, const OpenMode& mode) {
     return nextHandle_++;
 }
 
-// Applies the shortening ordered for the present call; *error stays when there is none.
-void MemoryFiles::CutToShortening(std::size_t* size, int* error) {
-    const auto found = shortenings_.find(calls.size());
-    if (found != shortenings_.end() && found->second.size < *size) {
-        *size = found->second.size;
-        *error = found->second.error;
-        ++faultsInjected;
+// What the present call moves of so many bytes.
+std::size_t MemoryFiles::Shortened(std::size_t size) {
+    if (calls.size() != shortening_.call || shortening_.size >= size) {
+        return size;
     }
+    ++faultsInjected;
+    return shortening_.size;
 }
 
 std::int64_t MemoryFiles::Read(FileHandle file, void* buffer, std::size_t size) {
@@ -189,15 +179,10 @@ std::int64_t MemoryFiles::ReadAt(FileHandle file, std::int64_t offset, void* buf
     if (handle == nullptr) {
         return -1;
     }
-    int error = 0;
-    CutToShortening(&size, &error);
     const std::string& bytes = handle->node->bytes;
-    const auto position = static_cast<std::size_t>(offset);
-    const std::size_t count = position < bytes.size() ? std::min(size, bytes.size() - position) : 0;
-    if (count > 0) {
-        std::memcpy(buffer, bytes.data() + position, count);
-    }
-    return static_cast<std::int64_t>(count);
+    const std::size_t position = std::min(static_cast<std::size_t>(offset), bytes.size());
+    return static_cast<std::int64_t>(
+        bytes.copy(static_cast<char*>(buffer), Shortened(size), position));
 }
 
 std::int64_t MemoryFiles::Write(FileHandle file, const void* data, std::size_t size) {
@@ -209,26 +194,14 @@ std::int64_t MemoryFiles::Write(FileHandle file, const void* data, std::size_t s
         Fail(EBADF);
         return -1;
     }
-    int error = 0;
-    std::size_t count = size;
-    CutToShortening(&count, &error);
+    const std::size_t count = Shortened(size);
     std::string& bytes = handle->node->bytes;
     const auto position = static_cast<std::size_t>(handle->position);
-    const auto free = static_cast<std::size_t>(std::max<std::int64_t>(capacity - Used(), 0));
-    const std::size_t room = std::max(bytes.size(), position) - position + free;
-    if (count > room) {
-        count = room;
-        error = ENOSPC;
-    }
-    if (position + count > bytes.size()) {
-        bytes.resize(position + count);
-    }
-    if (count > 0) {
-        std::memcpy(bytes.data() + position, data, count);
-    }
+    bytes.resize(std::max(bytes.size(), position + count));
+    std::copy_n(static_cast<const char*>(data), count, bytes.begin() + handle->position);
     handle->position += static_cast<std::int64_t>(count);
     if (count < size) {
-        Fail(error);
+        Fail(shortening_.error);
     }
     return count == 0 && size > 0 ? -1 : static_cast<std::int64_t>(count);
 }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -64,8 +63,7 @@ class MemoryFiles final : public FileServices {
 
     // The surroundings.
     std::string tempDirectory = "/temp";
-    std::int64_t capacity = std::numeric_limits<std::int64_t>::max();  // bytes of all files
-    std::function<void(const FileCallRecord&)> onCall;                 // before the call's work
+    std::function<void(const FileCallRecord&)> onCall;  // before the call's work
 
     // Another program holds the file exclusively, or lets go of it.
     void HoldElsewhere(const std::string& path) { Find(path)->holders = kHeldExclusively; }
@@ -89,17 +87,13 @@ class MemoryFiles final : public FileServices {
     // The `call`-th call, when it is a read or a write, moves at most `size` bytes. A shortened
     // read looks like the end of the file; a shortened write fails with `error`.
     void ShortenCall(std::size_t call, std::size_t size, int error) {
-        shortenings_[call] = {size, error};
-    }
-    void ClearFaults() {
-        faults_.clear();
-        shortenings_.clear();
+        shortening_ = {call, size, error};
     }
 
     // What happened.
     std::vector<FileCallRecord> calls;
     std::size_t faultsInjected = 0;
-    [[nodiscard]] std::size_t CallCount(FileCall kind) { return kindCounts_[kind]; }
+    [[nodiscard]] std::size_t CallCount(FileCall kind) const;
     [[nodiscard]] std::size_t OpenHandles() const { return handles_.size(); }
 
     bool Exists(const std::string& path) override;
@@ -143,6 +137,7 @@ class MemoryFiles final : public FileServices {
         int error = 0;
     };
     struct Shortening {
+        std::size_t call = 0;
         std::size_t size = 0;
         int error = 0;
     };
@@ -153,16 +148,14 @@ class MemoryFiles final : public FileServices {
     Handle* Begin(FileCall kind, FileHandle file, std::size_t size = 0);
     [[nodiscard]] std::shared_ptr<Node> Find(const std::string& path) const;
     std::shared_ptr<Node> FindOrCreate(const std::string& fullPath, const OpenMode& mode);
-    [[nodiscard]] std::int64_t Used() const;
-    void CutToShortening(std::size_t* size, int* error);
+    std::size_t Shortened(std::size_t size);
 
     FileServices* previous_;
     std::map<std::string, std::shared_ptr<Node>> files_;
     std::map<FileHandle, Handle> handles_;
     std::map<std::string, int> forbidden_;
     std::vector<Fault> faults_;
-    std::map<FileCall, std::size_t> kindCounts_;  // also when a test clears `calls`
-    std::map<std::size_t, Shortening> shortenings_;
+    Shortening shortening_;
     FileHandle nextHandle_ = 3;
     unsigned nextUnique_ = 1;
     int lastError_ = 0;

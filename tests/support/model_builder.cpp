@@ -59,12 +59,14 @@ std::uint32_t ModelImage::NumberOfPlace(std::size_t place) {
 }
 
 std::uint32_t ModelImage::BlockOf(int type, std::int32_t database, std::int32_t id) const {
-    const auto found = std::ranges::find_if(blocks, [&](const BlockContent& content) {
-        return content.kind == type && content.database == database && content.firstId <= id &&
-               id < content.firstId + recordsPerBlock.at(type);
-    });
-    return found == blocks.end() ? 0
-                                 : NumberOfPlace(static_cast<std::size_t>(found - blocks.begin()));
+    for (std::size_t place = 0; place < blocks.size(); ++place) {
+        const BlockContent& content = blocks[place];
+        if (content.kind == type && content.database == database && content.firstId <= id &&
+            id < content.firstId + recordsPerBlock.at(type)) {
+            return NumberOfPlace(place);
+        }
+    }
+    return 0;
 }
 
 std::vector<std::uint32_t> ModelImage::Chain(int kind) const {
@@ -83,17 +85,9 @@ std::vector<std::uint32_t> ModelImage::Chain(int kind) const {
     return chain;
 }
 
-std::size_t ModelImage::BlockOffset(std::uint32_t block) {
-    return block * kBlock;
-}
-
 std::size_t ModelImage::EntryOffset(std::uint32_t block) {
     const std::size_t behind = (block - kHeaderBlocks) % kRun;
     return (block - behind) * kBlock + kBlockHead + 16 * (behind - 1);
-}
-
-std::size_t ModelImage::FingerOffset(int type) {
-    return 8 + 4 * static_cast<std::size_t>(type);
 }
 
 void ModelImage::SetU16(std::size_t offset, unsigned value) {
@@ -112,68 +106,14 @@ std::uint32_t ModelImage::U32(std::size_t offset) const {
     return value;
 }
 
-ModelBuilder& ModelBuilder::Version(double version) {
-    version_ = version;
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::Title(std::string_view title) {
-    title_ = title;
-    return *this;
-}
-
 ModelBuilder& ModelBuilder::Add(int type, std::int32_t database, std::int32_t id,
-                                const void* record, std::size_t size) {
+                                const std::vector<std::uint8_t>& record) {
     Table& table = tables_[type];
-    if (size == 0 || size > kArea || (!table.empty() && table.begin()->second.size() != size)) {
+    const std::size_t size = table.empty() ? record.size() : table.begin()->second.size();
+    if (record.empty() || record.size() > kArea || record.size() != size) {
         throw std::invalid_argument("a record has not the size of its type");
     }
-    const auto* bytes = static_cast<const std::uint8_t*>(record);
-    table[{database, id}].assign(bytes, bytes + size);
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::ActiveId(int type, std::int32_t id) {
-    activeIds_[type] = id;
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::Header(std::size_t offset, const std::vector<std::uint8_t>& bytes) {
-    headerBytes_[offset] = bytes;
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::FreeBlocks(std::size_t count) {
-    freeBlocks_ = count;
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::NeverUsedBlocks(std::size_t count) {
-    neverUsedBlocks_ = count;
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::Shuffle(unsigned seed) {
-    return Arrange([seed](std::vector<BlockContent>& blocks) {
-        std::mt19937 random(seed);
-        for (std::size_t left = blocks.size(); left > 1; --left) {
-            std::swap(blocks[left - 1], blocks[random() % left]);
-        }
-    });
-}
-
-ModelBuilder& ModelBuilder::Arrange(std::function<void(std::vector<BlockContent>&)> arrange) {
-    arrange_ = std::move(arrange);
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::Garbage(unsigned seed) {
-    garbageSeed_ = seed * 2654435761U | 1U;
-    return *this;
-}
-
-ModelBuilder& ModelBuilder::Finger(int type, int member) {
-    fingers_[type] = member;
+    table[{database, id}] = record;
     return *this;
 }
 
@@ -193,42 +133,44 @@ void ModelBuilder::ListBlocks(ModelImage& image) const {
     }
     blocks.resize(blocks.size() + freeBlocks_, BlockContent{1, 0, 0});
     blocks.resize(blocks.size() + neverUsedBlocks_);
-    if (arrange_) {
-        arrange_(blocks);
+    if (shuffleSeed_) {
+        std::mt19937 random(*shuffleSeed_);
+        for (std::size_t left = blocks.size(); left > 1; --left) {
+            std::swap(blocks[left - 1], blocks[random() % left]);
+        }
     }
 }
 
 void ModelBuilder::WriteHeader(ModelImage& image, std::uint32_t& noise) const {
     FillWithNoise(image.bytes.data() + 456, 8, noise);
     FillWithNoise(image.bytes.data() + 3196, 4816 - 3196, noise);
-    RecordImage head(508);
-    head.F64(0, version_).Text(464, 44, title_);
-    std::copy_n(head.Bytes().begin(), 456, image.bytes.begin());
-    std::copy(head.Bytes().begin() + 464, head.Bytes().end(), image.bytes.begin() + 464);
+    Store(image.bytes.data(), std::bit_cast<std::uint64_t>(version_), 8);
+    std::ranges::copy(title_.substr(0, 44), image.bytes.begin() + 464);
     for (std::size_t type = 0; type < 112; ++type) {
         image.SetU32(956 + 4 * type, 0x7FFFFFFF);
         image.SetU32(1404 + 4 * type, 1);
         image.SetU32(2300 + 4 * type, 1);
     }
+    const auto set = [&](std::size_t tableAt, int type, std::int64_t value) {
+        image.SetU32(tableAt + 4 * static_cast<std::size_t>(type),
+                     static_cast<std::uint32_t>(value));
+    };
     for (const auto& [type, table] : tables_) {
-        const std::size_t at = 4 * static_cast<std::size_t>(type);
+        const auto first = table.lower_bound({1, 0});
         const auto end = table.lower_bound({2, 0});
-        const auto count = std::distance(table.lower_bound({1, 0}), end);
-        if (count != 0) {
-            const auto highest = static_cast<std::uint32_t>(std::prev(end)->first.second);
-            const std::int32_t lowest = table.lower_bound({1, 0})->first.second;
-            image.SetU32(508 + at, highest);
-            image.SetU32(956 + at, static_cast<std::uint32_t>(lowest));
-            image.SetU32(1852 + at, static_cast<std::uint32_t>(count));
-            image.SetU32(2300 + at, highest + 1);
+        if (first != end) {
+            const std::int32_t highest = std::prev(end)->first.second;
+            set(508, type, highest);
+            set(956, type, first->first.second);
+            set(1852, type, std::distance(first, end));
+            set(2300, type, highest + 1);
         }
     }
     for (const auto& [type, id] : activeIds_) {
-        image.SetU32(2748 + 4 * static_cast<std::size_t>(type), static_cast<std::uint32_t>(id));
+        set(2748, type, id);
     }
     for (const auto& [offset, bytes] : headerBytes_) {
-        std::copy(bytes.begin(), bytes.end(),
-                  image.bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+        std::ranges::copy(bytes, image.bytes.begin() + static_cast<std::ptrdiff_t>(offset));
     }
 }
 

@@ -3,8 +3,8 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -33,7 +33,6 @@ class RecordImage {
     // Filled with bytes that `seed` determines.
     RecordImage(std::size_t size, unsigned seed);
 
-    RecordImage& U8(std::size_t offset, unsigned value) { return Put(offset, value, 1); }
     RecordImage& U16(std::size_t offset, unsigned value) { return Put(offset, value, 2); }
     RecordImage& I32(std::size_t offset, std::int32_t value) {
         return Put(offset, static_cast<std::uint32_t>(value), 4);
@@ -80,9 +79,9 @@ struct ModelImage {
 
     // Byte offsets in the file of a block, of a block's index entry (database number, first ID,
     // next, previous; 4 bytes each) and of a type's index finger.
-    static std::size_t BlockOffset(std::uint32_t block);
+    static std::size_t BlockOffset(std::uint32_t block) { return std::size_t{2048} * block; }
     static std::size_t EntryOffset(std::uint32_t block);
-    static std::size_t FingerOffset(int type);
+    static std::size_t FingerOffset(int type) { return 8 + 4 * static_cast<std::size_t>(type); }
 
     void SetU16(std::size_t offset, unsigned value);
     void SetU32(std::size_t offset, std::uint32_t value);
@@ -91,48 +90,50 @@ struct ModelImage {
 
 class ModelBuilder {
   public:
-    ModelBuilder& Version(double version);
-    ModelBuilder& Title(std::string_view title);
+    ModelBuilder& Version(double version) { return Set(version_, version); }
+    ModelBuilder& Title(std::string_view title) { return Set(title_, title); }
 
     // All records of a type have the size of its first one. A key that was added before gets the
     // new record.
-    ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const void* record,
-                      std::size_t size);
     ModelBuilder& Add(int type, std::int32_t database, std::int32_t id,
-                      const std::vector<std::uint8_t>& record) {
-        return Add(type, database, id, record.data(), record.size());
-    }
+                      const std::vector<std::uint8_t>& record);
     ModelBuilder& Add(int type, std::int32_t database, std::int32_t id, const RecordImage& record) {
         return Add(type, database, id, record.Bytes());
     }
 
-    ModelBuilder& ActiveId(int type, std::int32_t id);
+    ModelBuilder& ActiveId(int type, std::int32_t id) { return Set(activeIds_[type], id); }
 
     // Bytes of the header record, over what the builder makes of it.
-    ModelBuilder& Header(std::size_t offset, const std::vector<std::uint8_t>& bytes);
+    ModelBuilder& Header(std::size_t offset, const std::vector<std::uint8_t>& bytes) {
+        return Set(headerBytes_[offset], bytes);
+    }
 
     // Blocks beside those with records. Without an order they follow these.
-    ModelBuilder& FreeBlocks(std::size_t count);
-    ModelBuilder& NeverUsedBlocks(std::size_t count);
+    ModelBuilder& FreeBlocks(std::size_t count) { return Set(freeBlocks_, count); }
+    ModelBuilder& NeverUsedBlocks(std::size_t count) { return Set(neverUsedBlocks_, count); }
 
-    // The order of the blocks in the file: ascending by type and key unless shuffled, or arranged
-    // by a function that gets them in that order.
-    ModelBuilder& Shuffle(unsigned seed);
-    ModelBuilder& Arrange(std::function<void(std::vector<BlockContent>&)> arrange);
+    // The order of the blocks in the file: ascending by type and key unless shuffled.
+    ModelBuilder& Shuffle(unsigned seed) { return Set(shuffleSeed_, seed); }
 
     // Fills dead record slots, bytes behind the last slot, reserved bytes and stamps with bytes
     // that no reader may depend on.
-    ModelBuilder& Garbage(unsigned seed);
+    ModelBuilder& Garbage(unsigned seed) { return Set(garbageSeed_, seed * 2654435761U | 1U); }
 
     // Chain member (counted from 0, from the end when negative) that the type's index finger
     // names; the first unless set.
-    ModelBuilder& Finger(int type, int member);
+    ModelBuilder& Finger(int type, int member) { return Set(fingers_[type], member); }
 
     [[nodiscard]] ModelImage Build() const;
 
   private:
     using Key = std::pair<std::int32_t, std::int32_t>;  // database number and ID
     using Table = std::map<Key, std::vector<std::uint8_t>>;
+
+    template <typename Member>
+    ModelBuilder& Set(Member& member, const auto& value) {
+        member = value;
+        return *this;
+    }
 
     void ListBlocks(ModelImage& image) const;
     void WriteHeader(ModelImage& image, std::uint32_t& noise) const;
@@ -147,7 +148,7 @@ class ModelBuilder {
     std::map<int, int> fingers_;
     std::size_t freeBlocks_ = 0;
     std::size_t neverUsedBlocks_ = 0;
-    std::function<void(std::vector<BlockContent>&)> arrange_;
+    std::optional<unsigned> shuffleSeed_;
     unsigned garbageSeed_ = 0;
 };
 

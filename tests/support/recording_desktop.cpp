@@ -18,7 +18,6 @@ std::vector<std::string> RecordingDesktop::BoxTexts() const {
 
 void RecordingDesktop::CreateStatusDialog(WindowHandle parent, const std::string& caption,
                                           const std::string& groupText) {
-    ++statusDialogs;
     statusUp_ = true;
     statusParent = parent;
     statusCaption = caption;

@@ -49,7 +49,6 @@ class RecordingDesktop final : public Desktop {
     std::vector<WindowHandle> activated;
     std::vector<std::string> statusLines;  // every text that item 30003 got, in order
     std::map<int, std::string> items;
-    int statusDialogs = 0;
     WindowHandle statusParent = kNoWindow;
     std::string statusCaption;
     std::string statusGroup;

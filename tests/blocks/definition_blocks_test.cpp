@@ -163,9 +163,6 @@ TEST_F(DefinitionBlocksTest, StoredTextIsJoinedUpToTheTerminator) {
     PutChunk(54, 2, 2, whole, -1);
     PutChunk(54, 2, 3, whole, 2147483647);
     EXPECT_EQ(Blocks(540), (std::vector<Lines>{{"2,", "3920,", "1,", whole + whole}}));
-    model_ = {};
-    PutChunk(54, 2, 1, "\0gone"s);
-    EXPECT_EQ(Blocks(540), (std::vector<Lines>{{"2,", "5,", "1,", "<NULL>"}}));
 }
 
 }  // namespace

@@ -124,16 +124,19 @@ struct GeometryKind {
     Table list;
     int pass;
 };
-constexpr GeometryKind kPoint{{3, 80}, {49, 20}, 0};
-constexpr GeometryKind kCurve{{4, 168}, {50, 140}, 1};
-constexpr GeometryKind kSurface{{5, 104}, {51, 140}, 2};
-constexpr GeometryKind kSolid{{53, 8}, {52, 140}, 3};
+constexpr GeometryKind kGeometry[] = {{{3, 80}, {49, 20}, 0},    // points
+                                      {{4, 168}, {50, 140}, 1},  // curves
+                                      {{5, 104}, {51, 140}, 2},  // surfaces
+                                      {{53, 8}, {52, 140}, 3}};  // solids
 
 class GeometryListTest : public ConversionTest {
   protected:
-    // Stores the list, its count first, in as many chunks as it takes, garbage behind it.
-    void PutList(const GeometryKind& kind, int id, std::vector<int> entries, int count) {
-        entries.insert(entries.begin(), count);
+    // An entity with a list, its count first, in as many chunks as it takes and garbage behind it.
+    // Returns what block 514 must hold for it.
+    Lines PutEntity(const GeometryKind& kind, int id, std::vector<int> entries, const Lines& ranges,
+                    std::optional<int> count = {}) {
+        Put(kind.geometry, id, "");
+        entries.insert(entries.begin(), count.value_or(static_cast<int>(entries.size())));
         const std::size_t perChunk = kind.list.size / 4;
         for (std::size_t start = 0; start < entries.size(); start += perChunk) {
             std::string given;
@@ -142,13 +145,6 @@ class GeometryListTest : public ConversionTest {
             }
             Put(kind.list, static_cast<int>(start / perChunk) + 1, id, "", given);
         }
-    }
-
-    // An entity with a list; returns what block 514 must hold for it.
-    Lines PutEntity(const GeometryKind& kind, int id, const std::vector<int>& entries,
-                    const Lines& ranges, std::optional<int> count = {}) {
-        Put(kind.geometry, id, "");
-        PutList(kind, id, entries, count.value_or(static_cast<int>(entries.size())));
         return Lines{Cat(kind.pass, ",", id, ",")} + ranges + Lines{"-1,-1,"};
     }
 };
@@ -161,7 +157,7 @@ TEST_F(GeometryListTest, ListsBecomeSortedMaximalRanges) {
     Lines expected;
     // A list that ends on the last entry of its chunk, and one more: 4 + 5 to a point, 34 + 35
     // else.
-    for (const GeometryKind& kind : {kPoint, kCurve, kSurface, kSolid}) {
+    for (const GeometryKind& kind : kGeometry) {
         for (const int length : {1, 4, 5, 9, 10, 34, 35, 40, 69, 70}) {
             std::vector<int> list;
             Lines singles;
@@ -191,19 +187,17 @@ TEST_F(GeometryListTest, ListsBecomeSortedMaximalRanges) {
 }
 
 TEST_F(GeometryListTest, OnlyWholeListsOfExistingEntitiesAreWritten) {
-    Put(kCurve.geometry, 1, "");                // no list
-    PutList(kCurve, 2, {5, 6}, 2);              // no entity
-    PutEntity(kPoint, 3, {5, 6}, {}, 5);        // breaks off in the only chunk
-    PutEntity(kPoint, 4, {5, 6, 7, 8}, {}, 5);  // breaks off behind it
-    PutEntity(kPoint, 5, {5, 6, 7, 8, 9}, {}, 2147483647);
-    Put(kPoint.list, 3, 4, "", "i0*5=9");  // chunk 3 does not stand in for chunk 2
-    Put(kPoint.list, 2, 6, "", "i0*5=9");  // no first chunk
-    Put(kPoint.geometry, 6, "");
+    const GeometryKind& point = kGeometry[0];
+    Put(point.geometry, 1, "");                // no list
+    Put(point.list, 1, 2, "", "i0=1 i4=5");    // no entity
+    PutEntity(point, 3, {5, 6}, {}, 5);        // breaks off in the only chunk
+    PutEntity(point, 4, {5, 6, 7, 8}, {}, 5);  // breaks off behind it
+    PutEntity(point, 5, {5, 6, 7, 8, 9}, {}, 2147483647);
+    Put(point.list, 3, 4, "", "i0*5=9");  // chunk 3 does not stand in for chunk 2
     // The first entry is taken whatever the count says.
-    Lines expected = PutEntity(kPoint, 20, {0}, {}, 0);
-    expected += PutEntity(kPoint, 21, {8, 9}, {"8,0,"}, 0);
-    expected += PutEntity(kPoint, 22, {8, 9}, {"8,0,"}, -3);
-    expected += PutEntity(kPoint, 23, {8, 9, 12, 13}, {"8,9,"}, 2);
+    Lines expected = PutEntity(point, 20, {0}, {}, 0);
+    expected += PutEntity(point, 22, {8, 9}, {"8,0,"}, -3);
+    expected += PutEntity(point, 23, {8, 9, 12, 13}, {"8,9,"}, 2);
     ExpectBlock(514, expected);
 }
 

@@ -25,6 +25,8 @@ TEST(TerminalText, NothingThatSteersATerminalPasses) {
 
 // Every line of a frame is exactly as wide as the others and leaves the last column free.
 TEST(TerminalFrame, FitsEveryWidthAndLosesNoLetter) {
+    EXPECT_EQ("Copying " + std::string(21, '#') + std::string(19, '.') + " 52 %",
+              ProgressText("Copying", 525, {80, 24, Charset::kAscii}));
     const std::string text = "  Unable to Open   /data/Tra\u0308ger/\u6a21\u578b.mod: Denied. ";
     for (std::size_t columns = 0; columns < 120; ++columns) {
         const Screen screen = {columns, 24, Charset::kUtf8};
@@ -44,17 +46,6 @@ TEST(TerminalFrame, FitsEveryWidthAndLosesNoLetter) {
         std::erase(letters, ' ');
         EXPECT_EQ("UnabletoOpen/data/Tra\u0308ger/\u6a21\u578b.mod:Denied.", letters) << columns;
     }
-}
-
-// The look in ASCII shows in a session of its own.
-TEST(TerminalFrame, IsDrawnInUtf8) {
-    const ScreenLines list = {"┌─ Open ───────┐", "│ 1  a?.mod    │", "│ and 2 more   │",
-                              "└─ Enter: New ─┘"};
-    const Screen narrow = {21, 24, Charset::kUtf8};
-    EXPECT_EQ(list, ListBox("Open", {"a\033.mod", "b", "c"}, 1, "Enter: New", narrow));
-    EXPECT_EQ("Converting 50 %", ProgressText("Converting", 500, narrow));
-    EXPECT_EQ("Copying " + std::string(21, '#') + std::string(19, '.') + " 52 %",
-              ProgressText("Copying", 525, {80, 24, Charset::kAscii}));
 }
 
 }  // namespace

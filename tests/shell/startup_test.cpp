@@ -8,7 +8,6 @@
 #include <tuple>
 
 #include "database/close.h"
-#include "database/settings.h"
 #include "platform/scratch_directory.h"
 #include "shell/messages.h"
 #include "shell/session.h"
@@ -120,8 +119,6 @@ TEST_F(StartupTests, OpenDialogAsksForAModel) {
     EXPECT_EQ(desktop.outcomes, Arguments{"mod2neu: not converted: (no model)"});
     EXPECT_TRUE(files.calls.empty());
     EXPECT_EQ(desktop.openRequests.at(0).owner, kCaller);
-    EXPECT_EQ(desktop.openRequests.at(0).filters,
-              (Arguments{"Model Files (*.MOD)", "*.MOD", "All Files (*.*)", "*.*"}));
     // Version, path, name as typed, and the model that is meant.
     const std::tuple<std::uint32_t, std::string, std::string, std::string> cases[] = {
         {4, "/m/a.b.c.mod", "a.b.c.mod", "/m/a.b.c"},
@@ -138,9 +135,6 @@ TEST_F(StartupTests, OpenDialogAsksForAModel) {
 }
 
 TEST_F(StartupTests, ModelIsConvertedBesideItself) {
-    DatabaseSettings smaller;
-    smaller.MinBuffers = 5;  // back to the default with every opening
-    SetDatabaseSettings(smaller);
     PutModel("/data/v1.2/wing.old.mod", 6);
     EXPECT_EQ(Run({"/data/v1.2/wing.old.mod", "-hwnd", "4711"}), Arguments());
     EXPECT_EQ(files.Paths(), (Arguments{"/data/v1.2/wing.neu", "/data/v1.2/wing.old.mod"}));

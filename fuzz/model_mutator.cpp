@@ -47,12 +47,8 @@ class Mutation {
         const unsigned choice = Pick(100);
         if (choice < 43) {
             ChangeRecord();
-        } else if (choice < 55) {
-            ChangeEntry();
-        } else if (choice < 65) {
-            ChangeBlockHeader();
         } else if (choice < 73) {
-            ChangeHeaderRecord();
+            ChangeStructure();
         } else if (choice < 80) {
             MutateSlice(Block(AnyDataBlock()), kBlock);
         } else if (choice < 96) {
@@ -167,53 +163,33 @@ class Mutation {
         return EntryOf(IsIndexBlockPlace(block) ? kFirstDataBlock : block);
     }
 
-    void ChangeEntry() {
+    // What leads to blocks and tells them apart: index entries, block headers, the header record.
+    void ChangeStructure() {
+        std::uint8_t* block = Block(Pick(8) == 0 ? kFirstIndexBlock : AnyDataBlock());
         std::uint8_t* entry = AnyEntry();
-        const unsigned choice = Pick(5);
+        // A kind that has blocks, most of the time.
+        const std::size_t used = Block(AnyDataBlock())[kBlockKind];
+        const std::size_t kind =
+            used < kEntityTypeCount && Pick(6) != 0 ? used : Pick(kEntityTypeCount);
+        std::uint8_t* const finger = data_ + kHeaderFingers + 4 * kind;
+        std::uint8_t* const keys[] = {entry + kEntryDatabase, entry + kEntryFirstId,
+                                      block + kBlockDatabase, block + kBlockFirstId,
+                                      data_ + kHeaderActiveId + 4 * Pick(kEntityTypeCount)};
+        std::uint8_t* const links[] = {entry + kEntryNext, entry + kEntryPrevious,
+                                       block + kBlockNumber, finger, finger};
+        std::uint8_t* const bytes[] = {block + kBlockKind, block + kBlockLiveCount + Pick(2),
+                                       block + kBlockBitmap + Pick(64),
+                                       data_ + kHeaderGenerationStamp + Pick(2)};
+        const unsigned choice = Pick(8);
         if (choice == 0) {
             std::swap_ranges(entry, entry + kIndexEntrySize, AnyEntry());
         } else if (choice < 3) {
-            ChangeInteger(entry + (Pick(2) == 0 ? kEntryDatabase : kEntryFirstId));
+            ChangeInteger(keys[Pick(std::size(keys))]);
+        } else if (choice < 6) {
+            WriteLittleEndian(links[Pick(std::size(links))], AnyBlockNumber());
         } else {
-            WriteLittleEndian(entry + (Pick(2) == 0 ? kEntryNext : kEntryPrevious),
-                              AnyBlockNumber());
-        }
-    }
-
-    void ChangeBlockHeader() {
-        std::uint8_t* block = Block(Pick(8) == 0 ? kFirstIndexBlock : AnyDataBlock());
-        const auto half = static_cast<std::uint16_t>(Random());
-        switch (Pick(5)) {
-            case 0:
-                block[kBlockKind] = static_cast<std::uint8_t>(Pick(3) == 0 ? half : Pick(112));
-                break;
-            case 1:
-                ChangeInteger(block + (Pick(2) == 0 ? kBlockDatabase : kBlockFirstId));
-                break;
-            case 2:
-                WriteLittleEndian(block + kBlockNumber, AnyBlockNumber());
-                break;
-            case 3:
-                WriteLittleEndian(block + kBlockLiveCount,
-                                  static_cast<std::uint16_t>(AnyInteger(half)));
-                break;
-            default:
-                WriteLittleEndian(block + kBlockBitmap + 2 * Pick(32), half);
-        }
-    }
-
-    void ChangeHeaderRecord() {
-        // A kind that has blocks, most of the time.
-        const std::uint8_t used = Block(AnyDataBlock())[kBlockKind];
-        const std::size_t kind =
-            used < kEntityTypeCount && Pick(6) != 0 ? used : Pick(kEntityTypeCount);
-        const unsigned choice = Pick(4);
-        if (choice == 0) {
-            ChangeInteger(data_ + kHeaderActiveId + 4 * Pick(kEntityTypeCount));
-        } else if (choice == 1) {
-            data_[kHeaderGenerationStamp + Pick(2)] = static_cast<std::uint8_t>(Random());
-        } else {
-            WriteLittleEndian(data_ + kHeaderFingers + 4 * kind, AnyBlockNumber());
+            *bytes[Pick(std::size(bytes))] =
+                static_cast<std::uint8_t>(Pick(3) == 0 ? Random() : Pick(kEntityTypeCount));
         }
     }
 

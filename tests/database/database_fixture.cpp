@@ -109,7 +109,7 @@ bool DatabaseTest::Has(EntityType type, std::int32_t database, std::int32_t id) 
 }
 
 Texts DatabaseTest::TakeBoxes() {
-    const Texts texts = desktop.BoxTexts();
+    Texts texts = desktop.BoxTexts();
     desktop.boxes.clear();
     return texts;
 }

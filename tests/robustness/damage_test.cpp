@@ -141,8 +141,8 @@ TEST_F(DamageTest, WhatIsNotNeededForReadingMayBeWrong) {
         if (kind > 1) {
             damaged.SetU16(header + 18, place % 2 == 0 ? 0 : 0xFFFF);
             // Existence bits behind the last record that a block has room for.
-            for (std::size_t slot = static_cast<std::size_t>(image_.recordsPerBlock.at(kind));
-                 slot < 512; ++slot) {
+            for (auto slot = static_cast<std::size_t>(image_.recordsPerBlock.at(kind)); slot < 512;
+                 ++slot) {
                 damaged.bytes[header + 20 + 2 * (slot / 16) + (slot % 16 < 8 ? 1 : 0)] |=
                     static_cast<std::uint8_t>(0x80U >> (slot % 8));
             }

@@ -107,7 +107,7 @@ std::shared_ptr<MemoryFiles::Node> MemoryFiles::FindOrCreate(const std::string& 
             return nullptr;
         }
     }
-    const std::shared_ptr<Node> node =
+    std::shared_ptr<Node> node =
         files_.try_emplace(fullPath, std::make_shared<Node>()).first->second;
     if (mode.ownerOnly && node->names > 1) {
         Fail(EEXIST);

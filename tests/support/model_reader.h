@@ -15,7 +15,9 @@ struct RecordKey {
     std::int32_t database = 0;
     std::int32_t id = 0;
 
-    friend auto operator<=>(const RecordKey&, const RecordKey&) = default;
+    // The check takes the zero that a defaulted comparison returns for a pointer.
+    friend auto operator<=>(const RecordKey&,
+                            const RecordKey&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
 // The numbers that the header record keeps for one type.

@@ -452,7 +452,7 @@ bool GetFreeBuffer(std::uint16_t& buffer) {
         return true;
     }
     if (cache.bufferCount < cache.maxBuffers && AddCacheBuffer()) {
-        buffer = static_cast<std::uint16_t>(HighestBuffer());
+        buffer = static_cast<std::uint16_t>(cache.bufferCount - 1);
         return true;
     }
     const std::span lastUses(cache.table.lastUses.data(), BufferCount());
@@ -597,18 +597,6 @@ bool DatabaseChanged() {
 
 void SetDatabaseChanged() {
     cache.changed = true;
-}
-
-int HighestBuffer() {
-    return cache.bufferCount - 1;
-}
-
-std::uint32_t GroupStartAt(std::uint16_t buffer) {
-    return cache.table.groupStarts[buffer];
-}
-
-int BlocksInUseAt(std::uint16_t buffer) {
-    return cache.table.blocksInUse[buffer];
 }
 
 }  // namespace mod2neu

@@ -87,10 +87,4 @@ void SetLastLocated(EntityType kind, BlockPlace place);
 bool DatabaseChanged();
 void SetDatabaseChanged();
 
-// For inspection: buffers run from 0 to HighestBuffer. The number of a buffer's first block is 0
-// when it holds no group; the blocks in use are counted up to the last one.
-int HighestBuffer();
-std::uint32_t GroupStartAt(std::uint16_t buffer);
-int BlocksInUseAt(std::uint16_t buffer);
-
 }  // namespace mod2neu

@@ -27,7 +27,9 @@ class ScratchDirectory {
         return path_ + "/" + name;
     }
 
-    std::string Write(const std::string& name, const std::string& bytes) const {
+    // The path, which most callers know.
+    std::string Write(const std::string& name,
+                      const std::string& bytes) const {  // NOLINT(modernize-use-nodiscard)
         std::ofstream(*this / name, std::ios::binary) << bytes;
         return *this / name;
     }

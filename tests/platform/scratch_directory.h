@@ -27,9 +27,8 @@ class ScratchDirectory {
         return path_ + "/" + name;
     }
 
-    // The path, which most callers know.
-    std::string Write(const std::string& name,
-                      const std::string& bytes) const {  // NOLINT(modernize-use-nodiscard)
+    // The path, which most callers know. NOLINTNEXTLINE(modernize-use-nodiscard)
+    std::string Write(const std::string& name, const std::string& bytes) const {
         std::ofstream(*this / name, std::ios::binary) << bytes;
         return *this / name;
     }

@@ -76,7 +76,7 @@ TEST_F(NeutralStreamTest, WritesFramesNumbersAndTexts) {
         {"%s\r\rb\rc\n\rd", "2,\r\n%sbc\r\nd"},
     };
     for (const auto& [given, lines] : texts) {
-        EXPECT_EQ(Written([&] { PutText(given); }), lines);
+        EXPECT_EQ(Written([source = given] { PutText(source); }), lines);
     }
 }
 

@@ -112,7 +112,7 @@ TEST_F(RealFormat, AgreesWithDefaultDigits) {
 
 TEST_F(RealFormat, AgreesWithEveryDigitSetting) {
     for (std::int32_t digits = -8; digits <= 32; ++digits) {
-        Sweep(500, static_cast<std::uint64_t>(100 + digits),
+        Sweep(500, std::uint64_t{100} + static_cast<std::uint64_t>(digits),
               [&](double value) { Check(value, digits + 7, digits); });
         for (int power = -16; power <= 32; ++power) {
             CheckAround(power, digits);

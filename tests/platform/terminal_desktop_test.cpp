@@ -185,7 +185,7 @@ TEST(TerminalDesktopOnScreen, SignalLeavesACleanTerminal) {
             TerminalDesktop desktop;
             CreateStatus(desktop);
             Box(desktop, "Waiting");
-            ::raise(signal);
+            (void)::raise(signal);
         });
         session.Answer("Press Enter", signal == SIGINT ? "\x03" : "\x04");
         const int status = session.Finish();
@@ -193,10 +193,10 @@ TEST(TerminalDesktopOnScreen, SignalLeavesACleanTerminal) {
         EXPECT_TRUE(session.Sent().ends_with("\r\n"));
     }
     TerminalSession ignoring(40, 5, [] {
-        std::signal(SIGHUP, SIG_IGN);
+        (void)std::signal(SIGHUP, SIG_IGN);
         TerminalDesktop desktop;
         CreateStatus(desktop);
-        ::raise(SIGHUP);
+        (void)::raise(SIGHUP);
         Status(desktop, "only line");
     });
     EXPECT_EQ(0, ignoring.Finish());

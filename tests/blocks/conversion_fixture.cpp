@@ -56,8 +56,10 @@ void ConversionTest::PutFlags(int type, int database, const std::vector<int>& me
     }
 }
 
-void ConversionTest::PutChunk(int type, int database, int id, const std::string& data, int count) {
-    Bytes bytes = MakeRecord("", 1964, id, seed_++, Cat("i0=", count)).bytes;
+void ConversionTest::PutChunk(int type, int database, int id, const std::string& data,
+                              std::optional<std::int32_t> count) {
+    const auto claimed = count.value_or(static_cast<std::int32_t>(data.size()));
+    Bytes bytes = MakeRecord("", 1964, id, seed_++, Cat("i0=", claimed)).bytes;
     std::copy(data.begin(), data.end(), bytes.begin() + 4);
     model_.Add(type, database, id, bytes);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,11 +48,10 @@ class ConversionTest : public ::testing::Test {
     // Stores a flag set of `type` with some blocking bits, which are none of a reader's business.
     void PutFlags(int type, int database, const std::vector<int>& members);
 
-    // Stores a record of 1,964 bytes that claims `count` bytes of data behind the count.
-    void PutChunk(int type, int database, int id, const std::string& data, int count);
-    void PutChunk(int type, int database, int id, const std::string& data) {
-        PutChunk(type, database, id, data, static_cast<int>(data.size()));
-    }
+    // Stores a record of 1,964 bytes: a count, that of the bytes unless another is claimed, and
+    // `data`.
+    void PutChunk(int type, int database, int id, const std::string& data,
+                  std::optional<std::int32_t> count = {});
 
     // Opens the model, converts it and closes it; returns the Neutral file. The model must be what
     // it was, and the working copy gone.

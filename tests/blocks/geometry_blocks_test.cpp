@@ -1,3 +1,4 @@
+#include <array>
 #include <sstream>
 
 #include "blocks/conversion_fixture.h"
@@ -24,16 +25,8 @@ class CurveBlockTest : public ConversionTest {
 
     // `count` locations, the last at the parameter `last`.
     Lines PutLocations(int count, const std::string& last) {
-        std::string given;
-        for (int i = 0; i < 160; ++i) {
-            const std::string below = i == 0 ? "0.5" : Cat("-", i, ".5");
-            given += Cat("f", 1280 + 4 * i, "=",
-                         i == count - 1 ? last
-                         : i < count    ? below
-                                        : "1.",
-                         " ");
-        }
-        return Put({55, 1920}, id_, Cat("=", count, " / ", count, "[ i0 f640 f1280 / ]"), given);
+        return Put({55, 1920}, id_, Cat("=", count, " / ", count, "[ i0 f640 f1280 / ]"),
+                   Cat("f1280*160=-2.5 f1280=0.5 f1284=0.75 f", 1276 + 4 * count, "=", last));
     }
 
     int id_ = 2;
@@ -42,21 +35,17 @@ class CurveBlockTest : public ConversionTest {
 // A count beyond its array stands for the array's size, and the counts that are written say how
 // many rows follow.
 TEST_F(CurveBlockTest, CompanionsFollowTheCurve) {
-    struct Case {
-        int countA, countB, a, b;
-    };
     constexpr int kMost = 2147483647;
-    const Case cases[] = {{0, 0, 0, 0},       {5, 2, 5, 2},          {121, 0, 121, 0},
-                          {122, 0, 121, 0},   {0, 111, 0, 110},      {12, 110, 11, 110},
-                          {kMost, 1, 120, 1}, {-kMost, -kMost, 0, 0}};
     PutAttributes(1, 1, 1, 1);  // of no curve
     Lines expected;
+    const std::array<int, 4> cases[] = {
+        {0, 0, 0, 0},     {5, 2, 5, 2},       {121, 0, 121, 0},   {122, 0, 121, 0},
+        {0, 111, 0, 110}, {12, 110, 11, 110}, {kMost, 1, 120, 1}, {-kMost, -kMost, 0, 0}};
     for (const auto& [countA, countB, a, b] : cases) {
         id_ += 4;
         expected += PutCurve(true, false) + PutAttributes(countA, countB, a, b);
     }
-    const std::pair<int, const char*> locations[] = {{1, "1."}, {159, "2."}, {160, "0.5"}};
-    for (const auto& [count, last] : locations) {
+    for (const auto& [count, last] : {std::pair(1, "1."), {159, "2."}, {160, "0.5"}}) {
         ++id_;
         expected += PutCurve(false, true) + PutLocations(count, last);
     }
@@ -69,8 +58,7 @@ TEST_F(CurveBlockTest, CompanionsFollowTheCurve) {
 TEST_F(ConversionTest, SurfaceSectionsFollowTheKind) {
     const std::string ids = "=2 / b76*6 / i16*6 /";
     const std::string none =
-        "=25 / =0 =0 =0 =0. / 3[ =0. =0. =0. / ] 6[ 25[ =0 ] / ]"
-        " 15[ 10[ =0 ] / ]";
+        "=25 / =0 =0 =0 =0. / 3[ =0. =0. =0. / ] 6[ 25[ =0 ] / ] 15[ 10[ =0 ] / ]";
     const auto surface = [this](int id, int kind, bool list, const std::string& section) {
         return Put({5, 104}, id,
                    Cat("id u84 i100 i88 c82 c83 =", list ? 1 : 0,
@@ -107,7 +95,6 @@ class SolidBlockTest : public ConversionTest {
     void PutIndex(int id, int kind, int value) {
         Put({53, 8}, id, "", Cat("i0=", kind, " i4=", value));
     }
-
     Lines PutVolume(int id, int value) {
         PutIndex(id, 6, value);
         return Put({6, 68}, id, Cat("id u58 i64 =0 i60 =6 =", value, " / b40*18 / i16*6 /"));
@@ -119,11 +106,11 @@ class SolidBlockTest : public ConversionTest {
         PutIndex(id, 39, value);
         const Lines own = Put({39, 44}, id, Cat("id u10 =0 c8 i12 =39 =", value, " / s16:28 /"));
         Lines lines = {own[0], ">>> Begin Solid Transmit >>>", own[1], Cat(data.size(), ",")};
-        std::istringstream in(data + '\n');
+        std::istringstream in(data + "\n<<< End Solid Transmit <<<");
         for (std::string line; std::getline(in, line);) {
             lines.push_back(line);
         }
-        return lines + Lines{"<<< End Solid Transmit <<<"};
+        return lines;
     }
 };
 

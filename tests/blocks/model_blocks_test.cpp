@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <map>
-#include <numeric>
 #include <optional>
 
 #include "blocks/conversion_fixture.h"
@@ -49,17 +48,16 @@ class LoadBlockTest : public ModelBlocksTest {
   protected:
     // The second of a load's lines holds flags, numbers or nothing.
     static const char* SecondLine(int kind) {
-        if ((kind >= 1 && kind <= 8) || (kind >= 10 && kind <= 12)) {
-            return "b48*3";
-        }
-        return kind == 41 || kind == 42 || (kind >= 44 && kind <= 47) ? "c48*3" : "";
+        const bool flags = kind >= 1 && kind <= 12 && kind != 9;
+        return flags ? "b48*3" : kind >= 41 && kind <= 47 && kind != 43 ? "c48*3" : "";
     }
 
-    // Loads of every kind, as far as kinds go and beyond.
+    // Loads of every kind, as far as kinds go and beyond. Further fields make them extended.
     Lines PutLoads(Table table, int set, bool extended) {
-        std::vector<int> kinds(61);
-        std::iota(kinds.begin(), kinds.end(), 0);
-        kinds.insert(kinds.end(), {-2147483647, -44, -1, 256 + 3, 65536 + 44, 2147483647});
+        std::vector<int> kinds = {-2147483647, -44, 256 + 3, 65536 + 44, 2147483647};
+        for (int kind = -1; kind <= 60; ++kind) {
+            kinds.push_back(kind);
+        }
         Lines lines;
         int id = 10;
         for (const int kind : kinds) {
@@ -100,15 +98,12 @@ TEST_F(ModelBlocksTest, ConstraintSetsBringTheirFiveLists) {
         expected += Put({17, 40}, set, "id / s8:32 /");
         expected += PutSome({18, 16}, set, "id u8 i12 b0*7 /") + end;
         // Three kinds of geometry in mixed order of ID, and kinds that have no list.
-        Lines byKind[3];
+        std::map<int, Lines> ofKind;
         for (int id = 1; id <= 40; ++id) {
             const int kind = id < 38 ? (id * 5) % 9 : id * 256 + 4;
-            const Lines lines = Put({19, 24}, set, id, "i16 u8 i12 b0*7 /", Cat("i20=", kind));
-            if (kind >= 3 && kind <= 5) {
-                byKind[kind - 3] += lines;
-            }
+            ofKind[kind] += Put({19, 24}, set, id, "i16 u8 i12 b0*7 /", Cat("i20=", kind));
         }
-        expected += byKind[0] + end + byKind[1] + end + byKind[2] + end;
+        expected += ofKind[3] + end + ofKind[4] + end + ofKind[5] + end;
         expected +=
             Put({20, 920}, set, 6, "id u910 i912 / =2 / i572 m843 d24 / i720 m880 d320 /",
                 "i560*70=0 i572=31 i720=-7 m843=-1") +
@@ -120,14 +115,15 @@ TEST_F(ModelBlocksTest, ConstraintSetsBringTheirFiveLists) {
 }
 
 struct GeometryKind {
+    int pass;
     Table geometry;
     Table list;
-    int pass;
 };
-constexpr GeometryKind kGeometry[] = {{{3, 80}, {49, 20}, 0},    // points
-                                      {{4, 168}, {50, 140}, 1},  // curves
-                                      {{5, 104}, {51, 140}, 2},  // surfaces
-                                      {{53, 8}, {52, 140}, 3}};  // solids
+// Points, curves, surfaces and solids.
+constexpr GeometryKind kGeometry[] = {{0, {3, 80}, {49, 20}},
+                                      {1, {4, 168}, {50, 140}},
+                                      {2, {5, 104}, {51, 140}},
+                                      {3, {53, 8}, {52, 140}}};
 
 class GeometryListTest : public ConversionTest {
   protected:
@@ -172,7 +168,7 @@ TEST_F(GeometryListTest, ListsBecomeSortedMaximalRanges) {
             {{7, 3, -5, 4, 9, 6}, {"3,7,", "9,0,"}},
             {{9, 5, 9, 7, 5}, {"5,0,", "7,0,", "9,0,"}},
             {{15, -17, 30, -34, 31}, {"15,17,", "30,34,"}},
-            // Entries beyond the IDs are left out.
+            // Entries beyond the IDs.
             {{0, -5, 9}, {"1,5,", "9,0,"}},
             {{100000000, 2147483647, 4}, {"4,0,"}},
             {{99999998, kLowest}, {"99999998,99999999,"}},

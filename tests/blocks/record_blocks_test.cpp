@@ -54,19 +54,15 @@ class RecordBlocksTest : public ConversionTest, public ::testing::WithParamInter
     Lines PutDependents(int owner) {
         const auto& [table, script, end] = GetParam().dependents;
         const std::vector<int> ids = {1, 8, 9, 300, 4000, 99999999};
-        if (*end == '\0') {
-            return {};
-        }
+        const bool some = *end != '\0' && owner % 3 != 0;
         Lines lines;
-        if (owner % 3 != 0) {  // the others have none
-            for (const int id : ids) {
-                lines += *script == '\0' ? Lines{Cat(id, ",")} : Put(table, owner, id, script);
-            }
-            if (*script == '\0') {
-                PutFlags(table.type, owner, ids);
-            }
+        for (const int id : some ? ids : std::vector<int>()) {
+            lines += *script == '\0' ? Lines{Cat(id, ",")} : Put(table, owner, id, script);
         }
-        return lines + Lines{end};
+        if (some && *script == '\0') {
+            PutFlags(table.type, owner, ids);
+        }
+        return *end == '\0' ? lines : lines + Lines{end};
     }
 };
 

@@ -30,19 +30,15 @@ TEST_F(DriverTest, TitleAndDigitsAreTheModelsAndTheCallers) {
 }
 
 TEST_F(DriverTest, FailuresOfTheNeutralFileAreShown) {
-    const std::string summary = "Errors have Occurred. Check Message Window.";
-    const std::tuple<FileCall, int, Lines> cases[] = {
-        {FileCall::kOpen, EACCES, {"Unable to Open File /models/wing.neu: Permission denied."}},
-        {FileCall::kWrite,
-         EIO,
-         {"Error Writing File /models/wing.neu: Input/output error.", summary}},
-        {FileCall::kClose,
-         EIO,
-         {"Error Writing File /models/wing.neu: Input/output error.", summary}}};
-    for (const auto& [kind, error, boxes] : cases) {
-        files_.onCall = [this, kind = kind, error = error](const FileCallRecord& call) {
+    const Lines notOpened = {"Unable to Open File /models/wing.neu: Permission denied."};
+    const Lines notWritten = {"Error Writing File /models/wing.neu: Permission denied.",
+                              "Errors have Occurred. Check Message Window."};
+    for (const auto& [kind, boxes] : {std::pair(FileCall::kOpen, notOpened),
+                                      {FileCall::kWrite, notWritten},
+                                      {FileCall::kClose, notWritten}}) {
+        files_.onCall = [this, kind = kind](const FileCallRecord& call) {
             if (call.kind == kind && call.path == kNeutralPath) {
-                files_.FailCall(files_.calls.size(), error);
+                files_.FailCall(files_.calls.size(), EACCES);
             }
         };
         Convert();

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/memory_files.h"
+#include "support/record_script.h"
 #include "support/reference_reals.h"
 
 namespace mod2neu {
@@ -50,7 +51,7 @@ TEST_F(NeutralStreamTest, WritesFramesNumbersAndTexts) {
         for (int byte = 0; byte < 256; ++byte) {
             PutByte(static_cast<std::uint8_t>(byte));
             PutBool(static_cast<std::uint8_t>(byte));
-            wanted += std::to_string(byte) + (byte == 0 ? ",0," : ",1,");
+            wanted += Cat(byte, byte == 0 ? ",0," : ",1,");
         }
         std::vector<std::int64_t> values = {2147483647, -2147483648};
         for (std::int64_t power = 1; power <= 1000000000; power *= 10) {
@@ -62,30 +63,23 @@ TEST_F(NeutralStreamTest, WritesFramesNumbersAndTexts) {
         }
         for (const std::int64_t value : values) {
             PutLong(static_cast<std::int32_t>(value));
-            wanted += std::to_string(value) + ",";
+            wanted += Cat(value, ",");
         }
         PutFloat(0.1F);
     });
     EXPECT_EQ(text, wanted + "0.10000000149,");
     EXPECT_EQ(Written([] { PutString(""); }), "<NULL>");
     EXPECT_EQ(Written([] { PutString(" a\nb\r\n"); }), " a\r\nb\r\r\n");
-    const std::pair<const char*, const char*> texts[] = {
-        {"", "1,\r\n<NULL>"},
-        {"a\n\nb", "3,\r\na\r\n<NULL>\r\nb"},
-        {"\n", "2,\r\n<NULL>\r\n<NULL>"},
-        {"%s\r\rb\rc\n\rd", "2,\r\n%sbc\r\nd"},
-    };
-    for (const auto& [given, lines] : texts) {
-        EXPECT_EQ(Written([source = given] { PutText(source); }), lines);
-    }
+    EXPECT_EQ(Written([] { PutText(""); }), "1,\r\n<NULL>");
+    EXPECT_EQ(Written([] { PutText("a\n\nb"); }), "3,\r\na\r\n<NULL>\r\nb");
+    EXPECT_EQ(Written([] { PutText("\n"); }), "2,\r\n<NULL>\r\n<NULL>");
+    EXPECT_EQ(Written([] { PutText("%s\r\rb\rc\n\rd"); }), "2,\r\n%sbc\r\nd");
 }
 
 // Each kind of field at every place around the end of a full buffer, on its own and in a line of
 // the most fields of the longest texts.
 TEST_F(NeutralStreamTest, FieldsMeetTheEndOfTheBuffer) {
-    NeutralWriteContext context;
-    context.realDigits = 28;
-    context.realWidth = 35;
+    NeutralWriteContext context = {.realDigits = 28, .realWidth = 35};
     SetNeutralContext(&context);
     constexpr double kValue = -1.2345678901234567e+100;
     const std::string real = ReferenceReal(kValue, 35, 28) + ",";

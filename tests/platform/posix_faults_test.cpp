@@ -21,20 +21,25 @@ struct Faults {
 
 Faults faults;
 
-constexpr std::size_t kMostMoved = 4096;  // bytes, by one read or write
-
 bool Strikes() {
-    if (++faults.calls != faults.failing) {
-        return false;
+    const bool strikes = ++faults.calls == faults.failing;
+    errno = strikes ? faults.error : errno;
+    return strikes;
+}
+
+// Reads and writes move at most 4 KB.
+template <typename Argument>
+Argument Limited(Argument argument) {
+    if constexpr (std::is_same_v<Argument, std::size_t>) {
+        return std::min<std::size_t>(argument, 4096);
     }
-    errno = faults.error;
-    return true;
+    return argument;
 }
 
 template <auto member, typename Result, typename... Arguments>
 void MakeFaulty(PosixCalls& calls, Result (*)(Arguments...)) {
     calls.*member = [](Arguments... arguments) {
-        return Strikes() ? Result{-1} : (HostCalls().*member)(arguments...);
+        return Strikes() ? Result{-1} : (HostCalls().*member)(Limited(arguments)...);
     };
 }
 
@@ -42,25 +47,7 @@ template <auto... members>
 PosixCalls CallsWithFaulty() {
     PosixCalls calls = HostCalls();
     (MakeFaulty<members>(calls, calls.*members), ...);
-    return calls;
-}
-
-PosixCalls FaultyCalls() {
-    using Calls = PosixCalls;
-    PosixCalls calls =
-        CallsWithFaulty<&Calls::open, &Calls::control, &Calls::lock, &Calls::statusOf,
-                        &Calls::statusAt, &Calls::statusOfLink, &Calls::changeMode,
-                        &Calls::truncate, &Calls::seek, &Calls::unlink>();
     calls.close = [](int fd) { return ::close(fd) != 0 || Strikes() ? -1 : 0; };
-    calls.read = [](int fd, void* buffer, std::size_t size) {
-        return Strikes() ? -1 : ::read(fd, buffer, std::min(size, kMostMoved));
-    };
-    calls.readAt = [](int fd, void* buffer, std::size_t size, off_t offset) {
-        return Strikes() ? -1 : ::pread(fd, buffer, std::min(size, kMostMoved), offset);
-    };
-    calls.write = [](int fd, const void* data, std::size_t size) {
-        return Strikes() ? -1 : ::write(fd, data, std::min(size, kMostMoved));
-    };
     return calls;
 }
 
@@ -89,39 +76,41 @@ bool Road(PosixFileServices& files, const ScratchDirectory& directory) {
            files.Delete(scratch);
 }
 
-// Runs the road with `error` at its first call, then at its second, and so on.
-template <typename Check>
-void Sweep(int error, Check check) {
+// Runs the road with `error` at its first call, then at its second, and so on to a run without.
+// A run that fails tells the reason. Returns how many runs there were and how many succeeded.
+std::pair<long, long> Sweep(int error) {
     const auto openDescriptors = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     };
     const ScratchDirectory directory;
-    const PosixCalls calls = FaultyCalls();
+    using Calls = PosixCalls;
+    const Calls calls =
+        CallsWithFaulty<&Calls::open, &Calls::control, &Calls::lock, &Calls::statusOf,
+                        &Calls::statusAt, &Calls::statusOfLink, &Calls::changeMode,
+                        &Calls::truncate, &Calls::seek, &Calls::unlink, &Calls::read,
+                        &Calls::readAt, &Calls::write>();
     long call = 0;
+    long succeeded = 0;
     do {
         SCOPED_TRACE("error " + std::to_string(error) + " at call " + std::to_string(++call));
         faults = {.failing = call, .error = error};
         const auto before = openDescriptors();
         PosixFileServices files(calls);
-        check(Road(files, directory), files);
+        const bool good = Road(files, directory);
+        succeeded += good ? 1 : 0;
+        EXPECT_TRUE(good || files.LastError() == error) << files.LastErrorText();
         EXPECT_EQ(before, openDescriptors());
     } while (faults.calls >= call);
-    EXPECT_GT(call, 50);
+    return {call, succeeded};
 }
 
-TEST(PosixFaults, InterruptionsAndSmallStepsAreInvisible) {
-    Sweep(EINTR, [](bool succeeded, PosixFileServices&) { EXPECT_TRUE(succeeded); });
-}
-
-TEST(PosixFaults, EveryFailureIsReportedWithItsReason) {
-    int quiet = 0;
-    Sweep(EIO, [&](bool succeeded, PosixFileServices& files) {
-        quiet += succeeded ? 1 : 0;
-        EXPECT_TRUE(succeeded || files.LastError() == EIO) << files.LastErrorText();
-    });
+TEST(PosixFaults, InterruptionsAreInvisibleAndFailuresAreReported) {
+    const auto [runs, succeeded] = Sweep(EINTR);
+    EXPECT_GT(runs, 50);
+    EXPECT_EQ(runs, succeeded);
     // What was opened only to look at it (Exists once, Delete twice) has nothing to lose, and the
     // last run is without a fault.
-    EXPECT_EQ(4, quiet);
+    EXPECT_EQ(4, Sweep(EIO).second);
 }
 
 TEST(PosixFaults, MissingLocksAreForgivenWhereNothingMustBeHeldAlone) {

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <regex>
 #include <string>
 
 #include "platform/scratch_directory.h"
@@ -79,7 +80,7 @@ void CreateStatus(Desktop& desktop) {
     desktop.CreateStatusDialog(kNoWindow, "Model Database to Neutral File Conversion", "Status");
 }
 
-// A new status line, the way its caller scrolls the items.
+// Scrolls the items as the callers do.
 void Status(Desktop& desktop, const std::string& text) {
     for (int item = 30000; item < 30003; ++item) {
         desktop.SetItemText(item, desktop.ItemText(item + 1, 159));
@@ -158,11 +159,8 @@ TEST(TerminalDesktopOnScreen, RedrawsInPlaceAndKeepsBoxes) {
     const std::string sent = session.Sent();
     EXPECT_TRUE(sent.starts_with("\033]2;wing - TARNO\aModel Database")) << sent;
     EXPECT_EQ(std::string::npos, sent.find("impatient"));
-    std::size_t redrawn = 0;
-    for (std::size_t at = 0; (at = sent.find("\033[7A\r", at)) != std::string::npos; ++at) {
-        ++redrawn;
-    }
-    EXPECT_EQ(7U, redrawn);
+    const std::regex redrawn("\033\\[7A\r");
+    EXPECT_EQ(7, std::distance(std::sregex_iterator(sent.begin(), sent.end(), redrawn), {}));
     EXPECT_TRUE(
         sent.ends_with("\033[10A\r\033[J"
                        "+- TARNO: Error --------+\033[K\r\n"

@@ -37,7 +37,7 @@ TEST_F(MessageTests, EveryMessageHasItsTextNumberAndFlags) {
         bool error;
         std::string text;
     };
-    const std::vector<Case> cases = {
+    const Case cases[] = {
         // clang-format off
         {Id::kWriteDatabase, 10003, {"no space"}, true, "Unable to Write to Database: no space."},
         {Id::kOpenFile, 10004, {"D:\\x.mod", " "}, true, "Unable to Open File D:\\x.mod:  ."},
@@ -74,10 +74,10 @@ TEST_F(MessageTests, EveryMessageHasItsTextNumberAndFlags) {
 // cut comes before the breaks go.
 TEST_F(MessageTests, LongTextsAreCut) {
     for (const std::size_t length : {160U, 161U}) {
-        const std::string path = std::string(length - 17, 'x') + "y";
+        const std::string path(length - 16, 'x');
         const std::string whole = "Opening File " + path + "...";
         ShowMessage(MSG_BOX, MessageId::kOpening, {path});
-        EXPECT_EQ(desktop.boxes.back().text, length == 160 ? whole : whole.substr(0, 159));
+        EXPECT_EQ(desktop.boxes.back().text, whole.substr(0, length == 160 ? 160 : 159));
         EXPECT_EQ(desktop.items[30003], whole.substr(0, 159));
     }
     ShowMessage(MSG_STATUS, MessageId::kFileInUse, {"\t" + std::string(80, 'x')});

@@ -32,16 +32,23 @@ const std::set<int> kPlainTables = {3, 7, 9, 21, 27, 28, 31, 33, 36, 59};
 class DamageTest : public ::testing::Test {
   protected:
     DamageTest()
-        : image_(RichModel({.scale = 2, .noise = 77}).FreeBlocks(2).Shuffle(5).Build()),
+        : image_(RichModel({.noise = 77}).FreeBlocks(2).Shuffle(5).Build()),
           sound_(RunOn(image_.bytes)) {
         EXPECT_TRUE(sound_.IsClean());
         EXPECT_EQ(sound_.blocks.size(), 26U);
         EXPECT_EQ(image_.recordsPerBlock.size(), kBlocksOfKind.size());
     }
 
-    // Converts the damaged file; only blocks of `kind` may differ from what they were. With
-    // records out of reach but as they were, a plain table may only lose lines.
-    std::string Damaged(const ModelImage& image, int kind, bool outOfReach = true) {
+    // Converts the file with other words at some offsets; only blocks of `kind` may differ from
+    // what they were. With records out of reach but as they were, a plain table may only lose
+    // lines.
+    std::string Damaged(int kind, const std::map<std::size_t, std::uint32_t>& words,
+                        bool outOfReach = true) {
+        SCOPED_TRACE(Cat("kind ", kind, ", ", words.begin()->second, " at ", words.begin()->first));
+        ModelImage image = image_;
+        for (const auto& [at, word] : words) {
+            image.SetU32(at, word);
+        }
         RunResult result = RunOn(image.bytes);
         EXPECT_TRUE(result.IsClean());
         EXPECT_LE(result.calls, 40 * image_.blocks.size());
@@ -55,73 +62,31 @@ class DamageTest : public ::testing::Test {
         return result.neutral;
     }
 
-    // Numbers that a link of `block` must not have: itself, none, a block of the header, an index
-    // block, one beyond the file, blocks of other kinds and the chain's own ends.
-    [[nodiscard]] std::vector<std::uint32_t> WrongLinks(std::uint32_t block, int kind) const {
+    // Numbers that a link of `block` must not have: itself, an index block, one beyond the
+    // file, blocks of other kinds and the chain's own ends.
+    [[nodiscard]] std::set<std::uint32_t> WrongLinks(std::uint32_t block, int kind) const {
         const auto count = static_cast<std::uint32_t>(image_.bytes.size() / kBlock);
         const std::vector<std::uint32_t> chain = image_.Chain(kind);
         const int other = kind == 7 ? 30 : 7;
-        return {block,         2,           3, 126, count, 0xFFFFFFFF, image_.Chain(other)[1],
-                chain.front(), chain.back()};
+        return {block, 3, count, 0xFFFFFFFF, image_.Chain(other)[1], chain.front(), chain.back()};
     }
 
     ModelImage image_;
     RunResult sound_;
 };
 
+// Also a block that is none of the table because of the kind in its header.
 TEST_F(DamageTest, WrongLinksAndFingersLoseAtMostWhatLiesBehindThem) {
     for (const auto& [kind, numbers] : kBlocksOfKind) {
         const std::vector<std::uint32_t> chain = image_.Chain(kind);
-        const std::uint32_t first = chain.front();
-        const std::uint32_t middle = chain[chain.size() / 2];
-        for (const auto& [block, at] : {std::pair(first, ModelImage::FingerOffset(kind)),
-                                        {first, ModelImage::EntryOffset(first) + 8},
-                                        {first, ModelImage::EntryOffset(first) + 12},
-                                        {middle, ModelImage::EntryOffset(middle) + 8},
-                                        {middle, ModelImage::EntryOffset(middle) + 12}}) {
+        for (const std::uint32_t link : WrongLinks(chain.front(), kind)) {
+            Damaged(kind, {{ModelImage::FingerOffset(kind), link}});
+        }
+        for (const std::uint32_t block : std::set{chain.front(), chain[chain.size() / 2]}) {
+            EXPECT_NE(Damaged(kind, {{ModelImage::BlockOffset(block) + 16, 79}}), sound_.neutral);
             for (const std::uint32_t link : WrongLinks(block, kind)) {
-                SCOPED_TRACE(Cat("kind ", kind, ", link ", link, " at ", at));
-                ModelImage damaged = image_;
-                damaged.SetU32(at, link);
-                Damaged(damaged, kind);
-            }
-        }
-    }
-}
-
-// Keys that run backwards, or all alike, end every walk at once or let it go on.
-TEST_F(DamageTest, KeysOutOfOrderEndTheWalk) {
-    for (const auto& [kind, numbers] : kBlocksOfKind) {
-        const std::vector<std::uint32_t> chain = image_.Chain(kind);
-        for (const bool reversed : {false, true}) {
-            SCOPED_TRACE(Cat("kind ", kind, reversed ? ", reversed" : ", all alike"));
-            ModelImage damaged = image_;
-            for (std::size_t i = 0; i < chain.size(); ++i) {
-                const std::uint32_t source = reversed ? chain[chain.size() - 1 - i] : chain[0];
-                for (const std::size_t field : {0U, 4U}) {
-                    damaged.SetU32(ModelImage::EntryOffset(chain[i]) + field,
-                                   image_.U32(ModelImage::EntryOffset(source) + field));
-                }
-            }
-            Damaged(damaged, kind);
-        }
-    }
-}
-
-// A block whose header does not bear the kind and key that its entry says is no block of that
-// table, and none of another one.
-TEST_F(DamageTest, BlocksUnderAWrongNameAreLeftOut) {
-    for (const auto& [kind, numbers] : kBlocksOfKind) {
-        const std::vector<std::uint32_t> chain = image_.Chain(kind);
-        const std::size_t header = ModelImage::BlockOffset(chain[chain.size() / 2]);
-        const std::vector<std::uint32_t> keys = {0, 77, 0xFFFFFFFF};
-        for (const auto& [field, wrongs] :
-             {std::pair(std::size_t{4}, keys), {8, keys}, {16, {0, 1, 2, 79, 112, 200, 255}}}) {
-            for (const std::uint32_t wrong : wrongs) {
-                SCOPED_TRACE(Cat("kind ", kind, ", ", wrong, " at ", field));
-                ModelImage damaged = image_;
-                damaged.SetU32(header + field, wrong);
-                EXPECT_NE(Damaged(damaged, kind), sound_.neutral);
+                const std::size_t entry = ModelImage::EntryOffset(block);
+                Damaged(kind, {{entry + 8, link}, {entry + 12, link}});
             }
         }
     }
@@ -203,14 +168,13 @@ TEST_F(DamageTest, FreeListsMayLeadAnywhere) {
 TEST_F(DamageTest, CountsAndKeysMayBeAnything) {
     for (const auto& [kind, numbers] : kBlocksOfKind) {
         for (const std::uint32_t value : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU, 0xFA0A1F01U}) {
-            SCOPED_TRACE(Cat("kind ", kind, ", value ", value));
-            ModelImage damaged = image_;
+            std::map<std::size_t, std::uint32_t> words;
             for (const std::uint32_t block : image_.Chain(kind)) {
                 for (std::size_t at = 84; at + 4 <= kBlock; at += 4) {
-                    damaged.SetU32(ModelImage::BlockOffset(block) + at, value);
+                    words[ModelImage::BlockOffset(block) + at] = value;
                 }
             }
-            Damaged(damaged, kind, false);
+            Damaged(kind, words, false);
         }
     }
 }

@@ -6,8 +6,6 @@
 #include <random>
 
 #include <fcntl.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -57,7 +55,7 @@ class HostTest : public ::testing::Test {
         if (::dup2(out, 1) == 1 && ::dup2(out, 2) == 2 && (!prepare || prepare())) {
             ::execle(MOD2NEU_PROGRAM, "mod2neu", path.c_str(), nullptr, environment.data());
         }
-        ::_exit(kNotPrepared);
+        ::_exit(126);
     }
 
     static int Wait(pid_t child) {
@@ -75,25 +73,6 @@ class HostTest : public ::testing::Test {
         return text.find("Error") != std::string::npos ||
                text.find("Unable to") != std::string::npos;
     }
-
-    // Which of the runs, all at the same time, say that they have converted their model.
-    std::vector<bool> RunTogether(const std::vector<std::string>& models) {
-        std::vector<pid_t> children;
-        for (const std::string& model : models) {
-            const std::string log = "log" + std::to_string(children.size());
-            children.push_back(Start(model + ".mod", log));
-        }
-        std::vector<bool> converted;
-        for (const pid_t child : children) {
-            EXPECT_EQ(Wait(child), 0);
-            converted.push_back(!SaysError("log" + std::to_string(converted.size())));
-        }
-        EXPECT_GE(std::ranges::count(converted, true), 1);
-        EXPECT_FALSE(Has("wing.scr"));
-        return converted;
-    }
-
-    static constexpr int kNotPrepared = 126;
 
     ScratchDirectory directory_;
     std::string model_;
@@ -138,74 +117,34 @@ TEST_F(HostTest, FileSizeLimitsAreTold) {
     }
 }
 
-// A small file system of its own holds the temporary files: first it is too small for the working
-// copy, then for a solid's file beside it.
-TEST_F(HostTest, AFullDiskIsTold) {
-    ModelBuilder solids = RichModel({.parts = kSolidPart});
-    for (int chunk = 4; chunk <= 400; ++chunk) {
-        solids.Add(40, 2, chunk, RecordImage(1964, 1).I32(0, 1960));
-    }
-    Write("solid.mod", solids.Build());
-    const std::string model = BytesOf(directory_ / "solid.mod");
-    for (const auto& [size, file] :
-         {std::pair(model.size() / 2, "solid.scr"), std::pair(model.size() * 3 / 2, ".TMP")}) {
-        SCOPED_TRACE(size);
-        const std::string options = "size=" + std::to_string(size);
-        ::mkdir((directory_ / "small").c_str(), 0700);
-        const int status = Wait(Start("solid.mod", "log", [&] {
-            const std::string small = directory_ / "small";
-            return ::unshare(CLONE_NEWNS) == 0 &&
-                   ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                   ::mount("tmpfs", small.c_str(), "tmpfs", 0, options.c_str()) == 0 &&
-                   ::setenv("TEMP", small.c_str(), 1) == 0 &&
-                   ::execl(MOD2NEU_PROGRAM, "mod2neu", (directory_ / "solid.mod").c_str(),
-                           nullptr) == 0;
-        }));
-        if (WIFEXITED(status) && WEXITSTATUS(status) == kNotPrepared) {
-            GTEST_SKIP() << "may not mount";
-        }
-        EXPECT_EQ(status, 0);
-        const std::string log = BytesOf(directory_ / "log");
-        const std::size_t message = log.find("Error Writing File");
-        ASSERT_NE(message, std::string::npos) << log;
-        EXPECT_NE(log.find(file, message), std::string::npos) << log;
-        EXPECT_TRUE(BytesOf(directory_ / "solid.mod") == model);
-    }
-}
-
-// Whoever finds the working copy or the Neutral file taken says so; nobody's result is spoiled.
-TEST_F(HostTest, RunsOnOneModelKeepOutOfEachOthersWay) {
-    RunTogether(std::vector<std::string>(10, "wing"));
-    EXPECT_TRUE(BytesOf(directory_ / "wing.neu") == neutral_);
-    EXPECT_TRUE(BytesOf(directory_ / "wing.mod") == model_);
-}
-
-// Models of one name in different directories share the place of the working copy.
-TEST_F(HostTest, RunsOnModelsOfOneNameDoNotMixThem) {
+// Models of one name share the place of the working copy, and runs on one model its Neutral file
+// too. Whoever finds a file taken says so; nobody's result is spoiled.
+TEST_F(HostTest, RunsAtTheSameTimeKeepOutOfEachOthersWay) {
     Write("alone.mod", RichModel({.scale = 150, .noise = 5}).Title("Other").Build());
     ASSERT_EQ(Wait(Start("alone.mod")), 0);
     const std::string neutrals[] = {BytesOf(directory_ / "alone.neu"), neutral_};
     const std::string bytes[] = {BytesOf(directory_ / "alone.mod"), model_};
-    std::vector<std::string> models;
-    for (std::size_t i = 0; i < 10; ++i) {
-        ::mkdir((directory_ / std::to_string(i)).c_str(), 0700);
-        models.push_back(std::to_string(i) + "/wing");
-        directory_.Write(models[i] + ".mod", bytes[i % 2]);
+    bool converted[6] = {};
+    std::vector<pid_t> children;
+    for (std::size_t i = 0; i < std::size(converted); ++i) {
+        const std::string directory = std::to_string(i);
+        ::mkdir((directory_ / directory).c_str(), 0700);
+        directory_.Write(directory + "/wing.mod", bytes[i % 2]);
     }
-    const std::vector<bool> converted = RunTogether(models);
-    for (std::size_t i = 0; i < 10; ++i) {
-        EXPECT_EQ(BytesOf(directory_ / (models[i] + ".neu")), converted[i] ? neutrals[i % 2] : "");
+    for (std::size_t i = 0; i < 2 * std::size(converted); ++i) {
+        children.push_back(Start(std::to_string(i / 2) + "/wing.mod", "log" + std::to_string(i)));
     }
-}
-
-// A working copy is not made through a link.
-TEST_F(HostTest, TheWorkingCopyTakesNobodysPlace) {
-    directory_.Write("victim", "precious");
-    ASSERT_EQ(::symlink((directory_ / "victim").c_str(), (directory_ / "wing.scr").c_str()), 0);
-    EXPECT_EQ(Wait(Start("wing.mod")), 0);
-    EXPECT_TRUE(SaysError());
-    EXPECT_EQ(BytesOf(directory_ / "victim"), "precious");
-    EXPECT_FALSE(Has("wing.neu"));
+    for (std::size_t i = 0; i < children.size(); ++i) {
+        EXPECT_EQ(Wait(children[i]), 0);
+        converted[i / 2] |= !SaysError("log" + std::to_string(i));
+    }
+    EXPECT_NE(std::ranges::count(converted, true), 0);
+    EXPECT_FALSE(Has("wing.scr"));
+    for (std::size_t i = 0; i < std::size(converted); ++i) {
+        const std::string wing = directory_ / std::to_string(i) + "/wing";
+        EXPECT_TRUE(BytesOf(wing + ".neu") == (converted[i] ? neutrals[i % 2] : "")) << i;
+        EXPECT_TRUE(BytesOf(wing + ".mod") == bytes[i % 2]) << i;
+    }
 }
 
 // A file with holes and two blocks of nodes, the second at `block`.
@@ -251,25 +190,6 @@ TEST_F(HostTest, BlocksLieBeyondFourAndEightGigabytes) {
                                          "99999999,0,0,0,0,0,0,0,0,0,0,2.5,0.,0.,0,"}));
         EXPECT_FALSE(Has("large.scr"));
     }
-}
-
-// A million output vectors' values under database numbers of their own would fill 2 GB; node lists
-// of one entry do the same to the index.
-TEST_F(HostTest, ATypeHasAMillionDatabaseNumbers) {
-    if (!LargeTestsAreOn()) {
-        GTEST_SKIP() << "set MOD2NEU_LARGE_TESTS";
-    }
-    constexpr int kLists = 1'000'000;
-    ModelBuilder model;
-    for (int id = 1; id <= kLists; ++id) {
-        model.Add(8, 1, id, RecordImage(232).I32(104, id));
-        model.Add(37, id, 1, RecordImage(24).I32(0, id));
-    }
-    Write("lists.mod", model.Build());
-    EXPECT_EQ(Wait(Start("lists.mod")), 0);
-    const Lines lines = BlocksOf(BytesOf(directory_ / "lists.neu")).at(404);
-    ASSERT_EQ(lines.size(), std::size_t{9} * kLists);
-    EXPECT_TRUE(lines[lines.size() - 2].starts_with(Cat(kLists, ",0,"))) << lines[lines.size() - 2];
 }
 
 }  // namespace

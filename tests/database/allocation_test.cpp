@@ -1,4 +1,5 @@
 #include "database/block_allocation.h"
+#include "database/block_index.h"
 #include "database/database_fixture.h"
 #include "database/flag_set.h"
 #include "database/header_record.h"
@@ -52,6 +53,20 @@ TEST_F(AllocationTest, RangesEndWhereIdsEnd) {
         EXPECT_EQ(NextFlag(kTemporaryIdSet, 1, previous), next) << previous;
     }
     EXPECT_EQ(LastFlagOfRun(kTemporaryIdSet, 1, 98'000'000), 99'999'999);
+}
+
+TEST_F(AllocationTest, IdsOutsideTheRangeAreNeverLocated) {
+    Put(kNode, 1, 1);
+    RecordPlace place;
+    for (const std::int32_t wrong : {0, -1, -27, 100'000'000, kNoId, -kNoId - 1}) {
+        EXPECT_FALSE(LocateRecord(kNode, 1, wrong, place) || LocateRecord(kNode, wrong, 1, place));
+        EXPECT_EQ(AdjacentBlockStart(kNode, 1, wrong, true), kNoId);
+        EXPECT_EQ(AdjacentBlockStart(kNode, 1, wrong, false), 0);
+    }
+    for (const int kind : {0, 1, 2, 112, 255}) {
+        EXPECT_FALSE(LocateRecord(static_cast<EntityType>(kind), 1, 1, place)) << kind;
+        EXPECT_EQ(AdjacentDatabase(static_cast<EntityType>(kind), 1, true), kNoId) << kind;
+    }
 }
 
 }  // namespace

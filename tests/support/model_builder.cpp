@@ -71,17 +71,16 @@ std::uint32_t ModelImage::BlockOf(int type, std::int32_t database, std::int32_t 
 
 std::vector<std::uint32_t> ModelImage::Chain(int kind) const {
     // Free blocks have equal keys in their content and are chained by number.
-    std::vector<std::tuple<std::int32_t, std::int32_t, std::uint32_t>> members;
+    std::set<std::tuple<std::int32_t, std::int32_t, std::uint32_t>> members;
     for (std::size_t place = 0; place < blocks.size(); ++place) {
-        const BlockContent& content = blocks[place];
-        if (content.kind == kind) {
-            members.emplace_back(content.database, content.firstId, NumberOfPlace(place));
+        if (blocks[place].kind == kind) {
+            members.emplace(blocks[place].database, blocks[place].firstId, NumberOfPlace(place));
         }
     }
-    std::ranges::sort(members);
-    std::vector<std::uint32_t> chain(members.size());
-    std::ranges::transform(members, chain.begin(),
-                           [](const auto& member) { return std::get<2>(member); });
+    std::vector<std::uint32_t> chain;
+    for (const auto& member : members) {
+        chain.push_back(std::get<2>(member));
+    }
     return chain;
 }
 

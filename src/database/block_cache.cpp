@@ -43,6 +43,7 @@
 #include "database/database_file.h"
 #include "database/engine_memory.h"
 #include "database/header_record.h"
+#include "database/index_block_copies.h"
 #include "database/settings.h"
 #include "database/working_file.h"
 #include "shell/messages.h"
@@ -251,6 +252,10 @@ bool FillBuffer(BlockPlace place, bool required) {
     bool failed = false;
     const std::size_t blocks = ReadSlots(place.buffer, buffer.firstLoaded, end, failed);
     AdmitBlocks(place.buffer, buffer.firstLoaded, buffer.firstLoaded + blocks);
+    if (!buffer.whole && blocks > 0 && KindOfBlock(BlockAt(place)) == kIndexBlock &&
+        SlotAt(place).chained) {
+        KeepIndexBlockCopy(BlockNumberAt(place), BlockAt(place));
+    }
     return blocks > 0;
 }
 
@@ -342,6 +347,7 @@ void EmptyAllBuffers() {
     }
     cache.lastLocated.fill({});
     ClearBlockHints();
+    FreeIndexBlockCopies();
 }
 
 }  // namespace
@@ -418,6 +424,7 @@ bool FreeCache() {
 
 void ResetCache() {
     FreeBlockHints();
+    FreeIndexBlockCopies();
     cache = {};
 }
 
@@ -531,6 +538,9 @@ void StampBlock(BlockPlace place) {
 void MarkChanged(BlockPlace place) {
     TouchBuffer(place.buffer);
     cache.buffers[place.buffer].dirty = true;
+    if (IsIndexBlockPlace(BlockNumberAt(place))) {
+        ForgetIndexBlockCopy(BlockNumberAt(place));
+    }
 }
 
 void MarkInUse(BlockPlace place) {

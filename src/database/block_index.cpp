@@ -23,6 +23,7 @@
 
 #include "database/block_hints.h"
 #include "database/header_record.h"
+#include "database/index_block_copies.h"
 #include "database/record_access.h"
 
 namespace mod2neu {
@@ -43,9 +44,8 @@ std::int64_t Distance(std::int32_t a, std::int32_t b) {
     return std::llabs(std::int64_t{a} - b);
 }
 
-IndexEntry EntryAt(EntryPlace place) {
-    const std::uint8_t* entry =
-        BlockAt(place.block) + kBlockRecords + std::size_t{place.number} * kIndexEntrySize;
+IndexEntry EntryIn(const std::uint8_t* indexBlock, std::uint32_t number) {
+    const std::uint8_t* entry = indexBlock + kBlockRecords + std::size_t{number} * kIndexEntrySize;
     return {{ReadLittleEndian<std::int32_t>(entry + kEntryDatabase),
              ReadLittleEndian<std::int32_t>(entry + kEntryFirstId)},
             ReadLittleEndian<std::uint32_t>(entry + kEntryNext),
@@ -175,6 +175,10 @@ bool BecomeIndexBlock(BlockPlace place, std::uint32_t number) {
     return true;
 }
 
+bool HasIndexEntry(std::uint32_t block) {
+    return block >= kFirstDataBlock && !IsIndexBlockPlace(block);
+}
+
 bool LoadIndexBlock(std::uint32_t number, BlockPlace& place) {
     place = LastLocated(kIndexBlock);
     if (HoldsBlock(place, number) && KindOfBlock(BlockAt(place)) == kIndexBlock) {
@@ -250,8 +254,7 @@ bool SearchIndex(EntityType kind, BlockKey key, IndexPosition& position) {
 }
 
 bool LoadIndexEntry(std::uint32_t block, EntryPlace& place) {
-    if (block < kFirstDataBlock || IsIndexBlockPlace(block) ||
-        !LoadIndexBlock(IndexBlockOf(block), place.block)) {
+    if (!HasIndexEntry(block) || !LoadIndexBlock(IndexBlockOf(block), place.block)) {
         return false;
     }
     place.number = IndexEntryNumber(block);
@@ -261,11 +264,18 @@ bool LoadIndexEntry(std::uint32_t block, EntryPlace& place) {
 }
 
 bool LoadPosition(std::uint32_t block, IndexPosition& position) {
-    EntryPlace place;
-    if (!LoadIndexEntry(block, place)) {
+    if (!HasIndexEntry(block)) {
         return false;
     }
-    position = {block, EntryAt(place)};
+    const std::uint8_t* indexBlock = FindIndexBlockCopy(IndexBlockOf(block));
+    if (indexBlock == nullptr) {
+        EntryPlace place;
+        if (!LoadIndexEntry(block, place)) {
+            return false;
+        }
+        indexBlock = BlockAt(place.block);
+    }
+    position = {block, EntryIn(indexBlock, IndexEntryNumber(block))};
     return true;
 }
 

@@ -30,12 +30,8 @@ bool HasCopy(std::uint32_t number) {
 
 }  // namespace
 
-bool FindIndexBlockCopy(std::uint32_t number, std::uint8_t* block) {
-    if (!HasCopy(number)) {
-        return false;
-    }
-    std::memcpy(block, CopyOf(number).block.get(), kBlockSize);
-    return true;
+const std::uint8_t* FindIndexBlockCopy(std::uint32_t number) {
+    return HasCopy(number) ? CopyOf(number).block.get() : nullptr;
 }
 
 void KeepIndexBlockCopy(std::uint32_t number, const std::uint8_t* block) {
@@ -52,11 +48,9 @@ void KeepIndexBlockCopy(std::uint32_t number, const std::uint8_t* block) {
     }
 }
 
-void ForgetIndexBlockCopies(std::uint32_t first, std::uint32_t count) {
-    for (std::uint32_t number = first; number - first < count; ++number) {
-        if (IsIndexBlockPlace(number) && HasCopy(number)) {
-            CopyOf(number).number = 0;
-        }
+void ForgetIndexBlockCopy(std::uint32_t number) {
+    if (HasCopy(number)) {
+        CopyOf(number).number = 0;
     }
 }
 

@@ -1,7 +1,6 @@
 #include "database/working_file.h"
 
 #include "database/block_format.h"
-#include "database/index_block_copies.h"
 
 namespace mod2neu {
 
@@ -24,33 +23,18 @@ bool SeekToBlock(std::uint32_t block) {
     return Files().Seek(working.file.Get(), position, SeekOrigin::kBegin) == position;
 }
 
-std::int64_t ReadAndNoteFailure(std::uint32_t block, void* buffer, std::size_t size) {
-    const std::int64_t read = Files().ReadAt(working.file.Get(), PositionOf(block), buffer, size);
-    if (read < 0 && working.readFailure.empty()) {
-        working.readFailure = Files().LastErrorText();
-    }
-    return read;
-}
-
 }  // namespace
 
 void AttachWorkingFile(FileHandle file, const std::string& path) {
     working.file.Reset(file);
     working.path = path;
     working.readFailure.clear();
-    FreeIndexBlockCopies();
 }
 
 std::int64_t ReadWorkingFile(std::uint32_t block, std::uint8_t* buffer, std::size_t size) {
-    if (size != kBlockSize || !IsIndexBlockPlace(block)) {
-        return ReadAndNoteFailure(block, buffer, size);
-    }
-    if (FindIndexBlockCopy(block, buffer)) {
-        return kBlockSize;
-    }
-    const std::int64_t read = ReadAndNoteFailure(block, buffer, size);
-    if (read == kBlockSize) {
-        KeepIndexBlockCopy(block, buffer);
+    const std::int64_t read = Files().ReadAt(working.file.Get(), PositionOf(block), buffer, size);
+    if (read < 0 && working.readFailure.empty()) {
+        working.readFailure = Files().LastErrorText();
     }
     return read;
 }
@@ -60,7 +44,6 @@ const std::string& WorkingFileReadFailure() {
 }
 
 bool WriteWorkingFile(std::uint32_t block, const void* data, std::size_t size) {
-    ForgetIndexBlockCopies(block, static_cast<std::uint32_t>((size + kBlockSize - 1) / kBlockSize));
     return SeekToBlock(block) &&
            Files().Write(working.file.Get(), data, size) == static_cast<std::int64_t>(size);
 }
@@ -74,7 +57,6 @@ const std::string& WorkingFilePath() {
 }
 
 bool CloseWorkingFile() {
-    FreeIndexBlockCopies();
     return working.file.Close();
 }
 

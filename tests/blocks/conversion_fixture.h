@@ -21,14 +21,8 @@ struct Table {
     std::size_t size;
 };
 
-// The lines of one block between its frame lines.
-struct NeutralBlockText {
-    int number = 0;
-    Lines lines;
-};
-
-// The blocks of a Neutral file, header block included; fails on a broken frame.
-std::vector<NeutralBlockText> SplitBlocks(const std::string& neutral);
+// The blocks of a Neutral file, the line of the number first; fails on a broken frame.
+std::vector<Lines> SplitBlocks(const std::string& neutral);
 
 // Builds a model and converts it. The engine runs with the smallest cache there is, so that a
 // record which is read after its buffer went to another one shows.
@@ -54,7 +48,7 @@ class ConversionTest : public ::testing::Test {
                   std::optional<std::int32_t> count = {});
 
     // Opens the model, converts it and closes it; returns the Neutral file. The model must be what
-    // it was, and the working copy gone.
+    // it was.
     std::string Convert(std::int32_t digits = 8);
 
     // Converts; the bodies of all blocks of that number.

@@ -2,16 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
-
-#include "support/memory_files.h"
-
 namespace mod2neu {
 namespace {
 
 TEST(Paths, AreMadeOfTheirParts) {
-    const auto trim = [](std::string& text, const std::string& /*none*/) { TrimBlanks(text); };
+    const auto trim = [](std::string& text, const std::string&) { TrimBlanks(text); };
     const auto append = [](std::string& path, const std::string& extension) {
         SetDefaultExtension(path, extension, false);
     };
@@ -53,21 +48,6 @@ TEST(Paths, AreMadeOfTheirParts) {
         operation(changed, operand);
         EXPECT_EQ(changed, expected) << path << ' ' << operand;
     }
-}
-
-TEST(Files, ExistenceTellsAHeldFileFromAMissingOne) {
-    MemoryFiles files;
-    files.Put("x.mod", "model");
-    bool held = true;
-    std::string full;
-    EXPECT_TRUE(FileExists("\\memory\\x.mod", &held, &full));
-    EXPECT_TRUE(!held && full == "/memory/x.mod");
-    files.HoldElsewhere("x.mod");
-    EXPECT_FALSE(FileExists("x.mod", &held));
-    EXPECT_TRUE(held);
-    EXPECT_FALSE(FileExists("y.mod", &held));
-    EXPECT_FALSE(held);
-    EXPECT_EQ(SystemErrorText(), std::strerror(ENOENT));
 }
 
 }  // namespace

@@ -135,8 +135,6 @@ TEST_F(StartupTests, ModelIsConvertedBesideItself) {
     EXPECT_EQ(files.Paths(), (Arguments{"/data/v1.2/wing.neu", "/data/v1.2/wing.old.mod"}));
     EXPECT_EQ(desktop.statusParent, kCaller);
     EXPECT_EQ(desktop.activated, std::vector<WindowHandle>{kCaller});
-    EXPECT_EQ(desktop.statusLines.at(0),
-              "Allocated 25 Cache Buffers, each with 20 - 2048 byte blocks.");
     EXPECT_EQ(desktop.outcomes, Arguments{"mod2neu: complete: /data/v1.2/wing.neu"});
 }
 

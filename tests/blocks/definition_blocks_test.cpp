@@ -7,9 +7,7 @@
 namespace mod2neu {
 namespace {
 
-class DefinitionBlocksTest : public ConversionTest {};
-
-TEST_F(DefinitionBlocksTest, MaterialsTakeTheFunctionsOfTheirId) {
+TEST_F(ConversionTest, MaterialsTakeTheFunctionsOfTheirId) {
     Lines expected;
     for (const int id : {1, 3, 4, 7, 8, 100, 101, 99999999}) {
         expected += Put({10, 1960}, id,
@@ -81,7 +79,7 @@ TEST_F(PropertyBlockTest, LaminateIsTheRoundedValue55) {
     ExpectBlock(402, expected, 67, "Property");
 }
 
-TEST_F(DefinitionBlocksTest, OutputDataIsStoredUnderTheKeyOfItsVector) {
+TEST_F(ConversionTest, OutputDataIsStoredUnderTheKeyOfItsVector) {
     const Lines end = {"-1,0.,"};
     Lines many;
     for (const int id : {1, 2, 245, 246, 99999999}) {
@@ -105,7 +103,7 @@ TEST_F(DefinitionBlocksTest, OutputDataIsStoredUnderTheKeyOfItsVector) {
     ExpectBlock(451, expected, 24, "Output Vector");
 }
 
-TEST_F(DefinitionBlocksTest, GroupsBringRulesAndLists) {
+TEST_F(ConversionTest, GroupsBringRulesAndLists) {
     const Lines rules =
         Put({25, 16}, 40, 2, "i0 i4 i8 h12 /") + Put({25, 16}, 40, 99999999, "i0 i4 i8 h12 /");
     const Lines ruleEnd = {"-1,-1,-1,-1,"};
@@ -139,14 +137,14 @@ TEST_F(DefinitionBlocksTest, GroupsBringRulesAndLists) {
     ExpectBlock(408, expected, 6, "Group");
 }
 
-TEST_F(DefinitionBlocksTest, HeaderValuesAreFourActiveIds) {
+TEST_F(ConversionTest, HeaderValuesAreFourActiveIds) {
     RecordImage header(4816, 3);
     header.I32(2816, 17).I32(2796, -12).I32(2844, 2147483647).I32(2872, 31);
     model_.Header(2748, Bytes(header.Bytes().begin() + 2748, header.Bytes().begin() + 3196));
     ExpectBlock(412, {"17,-12,2147483647,31,"});
 }
 
-TEST_F(DefinitionBlocksTest, StoredTextIsJoinedUpToTheTerminator) {
+TEST_F(ConversionTest, StoredTextIsJoinedUpToTheTerminator) {
     using namespace std::string_literals;
     const std::string whole(1960, 'x');
     PutChunk(54, 1, 3, whole);

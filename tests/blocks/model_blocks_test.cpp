@@ -44,37 +44,34 @@ TEST_F(ModelBlocksTest, ElementsBringTheirNodeLists) {
     ExpectBlock(404, expected, 64, "Element");
 }
 
-class LoadBlockTest : public ModelBlocksTest {
-  protected:
-    // The second of a load's lines holds flags, numbers or nothing.
-    static const char* SecondLine(int kind) {
-        const bool flags = kind >= 1 && kind <= 12 && kind != 9;
-        return flags ? "b48*3" : kind >= 41 && kind <= 47 && kind != 43 ? "c48*3" : "";
-    }
+// The second of a load's lines holds flags, numbers or nothing.
+const char* SecondLine(int kind) {
+    const bool flags = kind >= 1 && kind <= 12 && kind != 9;
+    return flags ? "b48*3" : kind >= 41 && kind <= 47 && kind != 43 ? "c48*3" : "";
+}
 
-    // Loads of every kind, as far as kinds go and beyond. Further fields make them extended.
-    Lines PutLoads(Table table, int set, bool extended) {
-        std::vector<int> kinds = {-2147483647, -44, 256 + 3, 65536 + 44, 2147483647};
-        for (int kind = -1; kind <= 60; ++kind) {
-            kinds.push_back(kind);
-        }
+TEST_F(ModelBlocksTest, LoadSetsBringTheirFourTables) {
+    // As far as kinds go and beyond.
+    std::vector<int> kinds = {-2147483647, -44, 256 + 3, 65536 + 44, 2147483647};
+    for (int kind = -1; kind <= 60; ++kind) {
+        kinds.push_back(kind);
+    }
+    // `more`: the fields of an extended load.
+    const auto putLoads = [&](Table table, int set, const char* more) {
         Lines lines;
         int id = 10;
         for (const int kind : kinds) {
-            lines +=
-                Put(table, set, id += 3,
-                    Cat("i0 i56 u136 i64 i12 i60 b138 / ", extended ? "b48*3" : SecondLine(kind),
-                        " / d72*5 / i16*5 / c51*3 i4 i8 / i36*3 / d112*3 / ",
-                        extended ? "i144 i200 / d152*6/3 i204 i388 / s208:20 / s228:160 /"
-                                   " d392*12/3 d488*4 / b520*2 /"
-                                 : ""),
-                    Cat("i56=", kind));
+            lines += Put(
+                table, set, id += 3,
+                Cat("i0 i56 u136 i64 i12 i60 b138 / ", *more != '\0' ? "b48*3" : SecondLine(kind),
+                    " / d72*5 / i16*5 / c51*3 i4 i8 / i36*3 / d112*3 / ", more),
+                Cat("i56=", kind));
         }
         return lines + Lines{"-1,-1,-1,-1,-1,-1,0,"};
-    }
-};
-
-TEST_F(LoadBlockTest, LoadSetsBringTheirFourTables) {
+    };
+    const char* extended =
+        "i144 i200 / d152*6/3 i204 i388 / s208:20 / s228:160 / d392*12/3"
+        " d488*4 / b520*2 /";
     const char* temperature = "id u16 i20 d0 d8 i24 b28 /";
     const Lines endOfTemperatures = {"-1,-1,-1,0.,0.,-1,1,"};
     Lines expected;
@@ -84,7 +81,7 @@ TEST_F(LoadBlockTest, LoadSetsBringTheirFourTables) {
                         " d152 / d168*4 / i436 i440 i448 / b547*3 / d200*4 / d232*3 / d256*6 /"
                         " d304*9 / i452*9 / i488*8 / i520*5 i4 i540 / c550 b551*6 /"
                         " c557 c558 b559*4 c563 c564 /");
-        expected += PutLoads({13, 144}, set, false) + PutLoads({14, 528}, set, true);
+        expected += putLoads({13, 144}, set, "") + putLoads({14, 528}, set, extended);
         expected += PutSome({15, 32}, set, temperature) + endOfTemperatures;
         expected += PutSome({16, 32}, set, temperature) + endOfTemperatures;
     }

@@ -7,10 +7,8 @@
 namespace mod2neu {
 namespace {
 
-class DriverTest : public ConversionTest {};
-
 // The whole file of a model without anything in it.
-TEST_F(DriverTest, EmptyModelHasTheFrameOfEveryBlock) {
+TEST_F(ConversionTest, EmptyModelHasTheFrameOfEveryBlock) {
     std::string expected = "   -1\r\n   100\r\n<NULL>\r\n6.,\r\n   -1\r\n";
     for (const int number : {405, 475, 410, 413, 570, 571, 572, 573, 601, 402, 403, 404,
                              615, 514, 506, 507, 408, 409, 411, 420, 412, 450, 451}) {
@@ -21,7 +19,7 @@ TEST_F(DriverTest, EmptyModelHasTheFrameOfEveryBlock) {
     EXPECT_TRUE(desktop_.boxes.empty());
 }
 
-TEST_F(DriverTest, TitleAndDigitsAreTheModelsAndTheCallers) {
+TEST_F(ConversionTest, TitleAndDigitsAreTheModelsAndTheCallers) {
     const std::string title = "A wing box of forty-three characters, 100%!";
     model_.Title(title);
     Put({27, 192}, 1, "", "d0=1234.56");
@@ -29,7 +27,7 @@ TEST_F(DriverTest, TitleAndDigitsAreTheModelsAndTheCallers) {
     ExpectBlock(100, {title, "6.,"});
 }
 
-TEST_F(DriverTest, FailuresOfTheNeutralFileAreShown) {
+TEST_F(ConversionTest, FailuresOfTheNeutralFileAreShown) {
     const Lines notOpened = {"Unable to Open File /models/wing.neu: Permission denied."};
     const Lines notWritten = {"Error Writing File /models/wing.neu: Permission denied.",
                               "Errors have Occurred. Check Message Window."};
@@ -46,7 +44,7 @@ TEST_F(DriverTest, FailuresOfTheNeutralFileAreShown) {
     }
 }
 
-TEST_F(DriverTest, ModelThatBearsTheNameOfTheNeutralFileStaysWhole) {
+TEST_F(ConversionTest, ModelThatBearsTheNameOfTheNeutralFileStaysWhole) {
     files_.onCall = [this](const FileCallRecord&) {
         if (!files_.Has(kNeutralPath)) {
             files_.Link(kNeutralPath, modelPath_);

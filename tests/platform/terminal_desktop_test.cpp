@@ -99,42 +99,34 @@ std::string AskOpen(Desktop& desktop, const std::string& directory) {
     return answer ? answer->path + "|" + answer->typed : "cancelled";
 }
 
-// What `body` prints on a desktop that has `input` and no terminal.
-std::string Printed(const std::string& input, const std::function<void(Desktop&)>& body) {
-    const ScratchDirectory directory;
-    const int in = ::open(directory.Write("in", input).c_str(), O_RDONLY);
-    const int out = ::open((directory / "out").c_str(), O_WRONLY | O_CREAT, 0600);
-    TerminalDesktop desktop(in, out);
-    body(desktop);
-    EXPECT_EQ(0, ::close(in) + ::close(out));
-    return BytesOf(directory / "out");
-}
-
 TEST(TerminalDesktopElsewhere, PrintsPlainLinesAndWaitsForNothing) {
     const ScratchDirectory directory;
     directory.Write("bare", "x");
-    const std::string printed = Printed("  wing.old \r\n1\nbare.", [&](Desktop& desktop) {
-        EXPECT_EQ("cancelled", AskOpen(desktop, directory.Path()));
-        EXPECT_EQ("cancelled", AskOpen(desktop, directory.Path()));
-        EXPECT_EQ(directory / "bare|bare.", AskOpen(desktop, directory.Path()));
-        CreateStatus(desktop);
-        Box(desktop, "Old.\n\r\nConvert it.");
-        Status(desktop, "Old.Convert it.");  // repeats the box
-        Status(desktop, "Old.Convert it.");
-        Box(desktop, std::string(160, 'x'));
-        Status(desktop, std::string(159, 'x'));
-        Box(desktop, "Tr\u00e4ger\033[2J\n", BoxIcon::kInformation);
-        Status(desktop, " ");
-        desktop.ShowOutcome("mod2neu: complete: wing.neu");
-        ::setenv("WINDOWID", "77", 1);
-        EXPECT_TRUE(desktop.IsWindow(77) && !desktop.IsWindow(78) && !desktop.IsWindow(kNoWindow));
-    });
+    const std::string input = directory.Write("in", "  wing.old \r\n1\nbare.");
+    const int in = ::open(input.c_str(), O_RDONLY);
+    const int out = ::open((directory / "out").c_str(), O_WRONLY | O_CREAT, 0600);
+    TerminalDesktop desktop(in, out);
+    EXPECT_EQ("cancelled", AskOpen(desktop, directory.Path()));
+    EXPECT_EQ("cancelled", AskOpen(desktop, directory.Path()));
+    EXPECT_EQ(directory / "bare|bare.", AskOpen(desktop, directory.Path()));
+    CreateStatus(desktop);
+    Box(desktop, "Old.\n\r\nConvert it.");
+    Status(desktop, "Old.Convert it.");  // repeats the box
+    Status(desktop, "Old.Convert it.");
+    Box(desktop, std::string(160, 'x'));
+    Status(desktop, std::string(159, 'x'));
+    Box(desktop, "Tr\u00e4ger\033[2J\n", BoxIcon::kInformation);
+    Status(desktop, " ");
+    desktop.ShowOutcome("mod2neu: complete: wing.neu");
+    ::setenv("WINDOWID", "77", 1);
+    EXPECT_TRUE(desktop.IsWindow(77) && !desktop.IsWindow(78) && !desktop.IsWindow(kNoWindow));
+    EXPECT_EQ(0, ::close(in) + ::close(out));
     EXPECT_EQ(
         "Open Model File\nwing.old: No such file or directory\n"
         "Open Model File\n1: No such file or directory\nOpen Model File\n"
         "Error: Old.\nConvert it.\nOld.Convert it.\nError: " +
             std::string(160, 'x') + "\nInformation: Tr\u00e4ger?[2J\nmod2neu: complete: wing.neu\n",
-        printed);
+        BytesOf(directory / "out"));
 }
 
 // The panel is drawn anew, seven lines up, with every status line, the progress and its end; the

@@ -38,7 +38,7 @@ class FaultSweepTest : public ::testing::TestWithParam<bool> {
             if (cutShort && kind != FileCall::kWrite && kind != FileCall::kRead) {
                 continue;
             }
-            SCOPED_TRACE(Cat("call ", n, ", ", NameOf(kind), " of ", calls_[n - 1].path));
+            SCOPED_TRACE(Cat("call ", n, ", kind ", int(kind), ", of ", calls_[n - 1].path));
             MemoryFiles files;
             order(files, n);
             const RunResult result = Convert(files);

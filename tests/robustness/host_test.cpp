@@ -2,7 +2,6 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <random>
 
 #include <fcntl.h>
@@ -40,9 +39,9 @@ class HostTest : public ::testing::Test {
         directory_.Write(name, std::string(image.bytes.begin(), image.bytes.end()));
     }
 
-    // Starts the program with what it says going to `log`; `prepare` runs in its process before.
+    // Starts the program with what it says going to `log`; no file may grow beyond `largest`.
     pid_t Start(const std::string& model, const std::string& log = "log",
-                const std::function<bool()>& prepare = nullptr) {
+                rlim_t largest = RLIM_INFINITY) {
         const pid_t child = ::fork();
         if (child != 0) {
             return child;
@@ -52,7 +51,9 @@ class HostTest : public ::testing::Test {
         const std::array<char*, 2> environment = {const_cast<char*>(temp.c_str()), nullptr};
         const std::string path = directory_ / model;
         ::alarm(LargeTestsAreOn() ? 3600 : 120);
-        if (::dup2(out, 1) == 1 && ::dup2(out, 2) == 2 && (!prepare || prepare())) {
+        const rlimit limit = {largest, largest};
+        if (::dup2(out, 1) == 1 && ::dup2(out, 2) == 2 &&
+            (largest == RLIM_INFINITY || ::setrlimit(RLIMIT_FSIZE, &limit) == 0)) {
             ::execle(MOD2NEU_PROGRAM, "mod2neu", path.c_str(), nullptr, environment.data());
         }
         ::_exit(126);
@@ -102,12 +103,7 @@ TEST_F(HostTest, FileSizeLimitsAreTold) {
         const rlim_t size = step * (largest + 1) / 16;
         SCOPED_TRACE(size);
         Forget("wing.neu");
-        EXPECT_EQ(Wait(Start("wing.mod", "log",
-                             [size] {
-                                 const rlimit limit = {size, size};
-                                 return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
-                             })),
-                  0);
+        EXPECT_EQ(Wait(Start("wing.mod", "log", size)), 0);
         const std::string written = BytesOf(directory_ / "wing.neu");
         EXPECT_TRUE(neutral_.starts_with(written));
         const bool whole = written.size() == neutral_.size();

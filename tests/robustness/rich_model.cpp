@@ -77,7 +77,14 @@ const Row kRows[] = {
     {kGroupPart, 25, 1, 1, 3},
     {kGroupPart, 25, 2, 1, 3},
     {kGroupPart, 25, 60, 1, 3},
+    {kGroupPart, 26, 70, 1, 1, "i0=28673"},  // members 1, 2, 3 and 15
+    {kGroupPart, 26, 70, 2, 1, "i0=32768"},
+    {kGroupPart, 26, 70, 6'250'000, 1, "i0=1"},  // the last of all IDs
+    {kGroupPart, 26, 2, 295, 1, "i0=256"},
     {kViewPart, 22, 1, 1, 2},
+    {kViewPart, 23, 2, 1, 1, "i0=4096"},
+    {kViewPart, 23, 2, 2, 1, "i0=1"},
+    {kViewPart, 23, 2, 3, 1, "i0=32768"},
     {kFunctionPart, 35, 1, 1, 2},
     {kFunctionPart, 36, 1, 1, 4},
     {kFunctionPart, 36, 2, 1, 130},
@@ -121,9 +128,6 @@ class RichModelMaker {
             AddRow(row, row.count * options_.scale);
         }
         AddIdLists();
-        AddFlags(kGroupPart, 26, 70, {1, 2, 3, 15, 16, 99'999'999});
-        AddFlags(kGroupPart, 26, 2, {4711});
-        AddFlags(kViewPart, 23, 2, {3, 31, 32});
         for (const int type : {17, 12, 24, 31}) {
             model_.ActiveId(type, Wants(kFramePart) ? type * 100 : 0);
         }
@@ -166,18 +170,6 @@ class RichModelMaker {
             model_.Add(list, 1, 1, first)
                 .Add(list, 2, 1, RecordImage(size).I32(0, 20000))
                 .Add(list, 1, 2, RecordImage(size).I32(0, 1).I32(4, 5));
-        }
-    }
-
-    void AddFlags(ModelPart part, int type, int database, const std::vector<int>& members) {
-        std::map<int, unsigned> words;
-        for (const int member : members) {
-            words[member / 16 + 1] |= 0x8000U >> (member % 16);
-        }
-        for (const auto& [id, word] : words) {
-            if (Wants(part)) {
-                model_.Add(type, database, id, RecordImage(4).U16(0, word));
-            }
         }
     }
 

@@ -1,7 +1,6 @@
 #include "support/memory_files.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -13,12 +12,6 @@ std::string MemoryFiles::Absolute(const std::string& path) {
     std::replace(text.begin(), text.end(), '\\', '/');
     text = (kCurrentDirectory / std::filesystem::path(text)).lexically_normal();
     return text.size() > 1 && text.back() == '/' ? text.substr(0, text.size() - 1) : text;
-}
-
-const char* NameOf(FileCall kind) {
-    constexpr std::array kNames = {"exists", "open",  "read",   "write",     "seek",
-                                   "size",   "close", "delete", "same file", "temporary file"};
-    return kNames.at(static_cast<std::size_t>(kind));
 }
 
 MemoryFiles::MemoryFiles() : previous_(SetFileServices(this)) {}
@@ -83,15 +76,9 @@ bool MemoryFiles::Begin(FileCall kind, const std::string& path, std::size_t size
 MemoryFiles::Handle* MemoryFiles::Begin(FileCall kind, FileHandle file, std::size_t size) {
     const auto found = handles_.find(file);
     if (found == handles_.end()) {
-        Fail(EBADF);
-        return nullptr;
+        return Fail<Handle*>(EBADF);
     }
     return Begin(kind, found->second.path, size) ? &found->second : nullptr;
-}
-
-bool MemoryFiles::Fail(int error) {
-    lastError_ = error;
-    return false;
 }
 
 std::shared_ptr<MemoryFiles::Node> MemoryFiles::Find(const std::string& path) const {
@@ -103,17 +90,12 @@ std::shared_ptr<MemoryFiles::Node> MemoryFiles::FindOrCreate(const std::string& 
                                                              const OpenMode& mode) {
     for (const auto& [directory, error] : forbidden_) {
         if (fullPath.starts_with(directory)) {
-            Fail(error);
-            return nullptr;
+            return Fail<std::shared_ptr<Node>>(error);
         }
     }
     std::shared_ptr<Node> node =
         files_.try_emplace(fullPath, std::make_shared<Node>()).first->second;
-    if (mode.ownerOnly && node->names > 1) {
-        Fail(EEXIST);
-        return nullptr;
-    }
-    return node;
+    return mode.ownerOnly && node->names > 1 ? Fail<std::shared_ptr<Node>>(EEXIST) : node;
 }
 
 bool MemoryFiles::Exists(const std::string& path) {
@@ -136,15 +118,11 @@ FileHandle MemoryFiles::Open(const std::string& path, const OpenMode& mode) {
     const bool create = Creates(mode.access);
     const std::shared_ptr<Node> node = create ? FindOrCreate(fullPath, mode) : Find(fullPath);
     if (node == nullptr) {
-        if (!create) {
-            Fail(ENOENT);
-        }
-        return kNoFile;
+        return create ? kNoFile : Fail(ENOENT, kNoFile);
     }
     const bool exclusive = mode.sharing == FileSharing::kExclusive;
     if (node->holders == kHeldExclusively || (exclusive && node->holders > 0)) {
-        Fail(kSharingViolation);
-        return kNoFile;
+        return Fail(kSharingViolation, kNoFile);
     }
     node->holders = exclusive ? kHeldExclusively : node->holders + 1;
     if (create) {
@@ -191,8 +169,7 @@ std::int64_t MemoryFiles::Write(FileHandle file, const void* data, std::size_t s
         return -1;
     }
     if (handle->mode.access == FileAccess::kRead) {
-        Fail(EBADF);
-        return -1;
+        return Fail(EBADF, -1);
     }
     const std::size_t count = Shortened(size);
     std::string& bytes = handle->node->bytes;
@@ -214,8 +191,7 @@ std::int64_t MemoryFiles::Seek(FileHandle file, std::int64_t offset, SeekOrigin 
     const auto size = static_cast<std::int64_t>(handle->node->bytes.size());
     const std::int64_t position = origin == SeekOrigin::kBegin ? offset : size + offset;
     if (position < 0) {
-        Fail(EINVAL);
-        return -1;
+        return Fail(EINVAL, -1);
     }
     handle->position = position;
     return position;

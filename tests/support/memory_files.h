@@ -26,8 +26,6 @@ enum class FileCall {
     kMakeTempFile,
 };
 
-const char* NameOf(FileCall kind);
-
 struct FileCallRecord {
     FileCall kind = FileCall::kExists;
     std::string path;  // absolute, also for calls by handle; both joined by a blank for kSameFile
@@ -144,7 +142,11 @@ class MemoryFiles final : public FileServices {
 
     static std::string Absolute(const std::string& path);
     bool Begin(FileCall kind, const std::string& path, std::size_t size = 0);
-    bool Fail(int error);
+    template <typename Result = bool>
+    Result Fail(int error, Result result = {}) {
+        lastError_ = error;
+        return result;
+    }
     Handle* Begin(FileCall kind, FileHandle file, std::size_t size = 0);
     [[nodiscard]] std::shared_ptr<Node> Find(const std::string& path) const;
     std::shared_ptr<Node> FindOrCreate(const std::string& fullPath, const OpenMode& mode);

@@ -2,12 +2,6 @@
 
 namespace mod2neu {
 
-namespace {
-
-constexpr int kNewestItem = 30003;
-
-}  // namespace
-
 std::vector<std::string> RecordingDesktop::BoxTexts() const {
     std::vector<std::string> texts;
     for (const ShownBox& box : boxes) {
@@ -27,7 +21,7 @@ void RecordingDesktop::CreateStatusDialog(WindowHandle parent, const std::string
 
 void RecordingDesktop::SetItemText(int item, const std::string& text) {
     items[item] = text;
-    if (item == kNewestItem) {
+    if (item == 30003) {
         statusLines.push_back(text);
     }
 }

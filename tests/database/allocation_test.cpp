@@ -1,4 +1,5 @@
 #include "database/block_allocation.h"
+#include "database/block_hints.h"
 #include "database/block_index.h"
 #include "database/database_fixture.h"
 #include "database/flag_set.h"
@@ -53,6 +54,29 @@ TEST_F(AllocationTest, RangesEndWhereIdsEnd) {
         EXPECT_EQ(NextFlag(kTemporaryIdSet, 1, previous), next) << previous;
     }
     EXPECT_EQ(LastFlagOfRun(kTemporaryIdSet, 1, 98'000'000), 99'999'999);
+}
+
+TEST_F(AllocationTest, EverySearchEndsAtTheKeyOrBesideIt) {
+    for (const std::int32_t id : {1, 55, 109}) {  // blocks 4, 5 and 6, with gaps behind them
+        Put(kNode, 1, id);
+    }
+    for (const std::int32_t first : {1, 28, 55, 82, 109, 136}) {
+        const auto upTo = static_cast<std::uint32_t>(4 + (first - 1) / 54);
+        const bool exists = first % 54 == 1;
+        for (const std::uint32_t finger : {4U, 5U, 6U}) {
+            for (const std::uint32_t remembered : {4U, 6U, 1'000'000U}) {
+                SCOPED_TRACE(testing::Message() << first << ' ' << finger << ' ' << remembered);
+                ClearBlockHints();
+                RememberBlock(kNode, remembered, {1, first}, 1);
+                SetIndexFinger(kNode, finger);
+                IndexPosition position;
+                EXPECT_EQ(SearchIndex(kNode, {1, first}, position), exists);
+                EXPECT_EQ(position.blockNumber, IndexFinger(kNode));
+                EXPECT_TRUE(position.blockNumber == upTo ||
+                            (!exists && upTo < 6 && position.blockNumber == upTo + 1));
+            }
+        }
+    }
 }
 
 TEST_F(AllocationTest, IdsOutsideTheRangeAreNeverLocated) {

@@ -18,10 +18,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "arguments.h"
 #include "model_shapes.h"
 
 namespace mod2neu {
@@ -115,6 +117,7 @@ Terminal OpenTerminal() {
     ::setenv("TEMP", temp.c_str(), 1);
     ::setenv("TERM", "xterm", 1);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& argument : command) {
         arguments.push_back(argument.data());
     }
@@ -250,12 +253,10 @@ Cost RunFloor(const Place& place, std::int32_t entities) {
     Measure({FLOOR_PROGRAM, std::to_string(entities), place.FloorText().string()}, place.Printed(),
             place.Temp());
     Cost cost;
-    std::FILE* printed = std::fopen(place.Printed().c_str(), "r");
-    if (printed == nullptr ||
-        std::fscanf(printed, "%lf %lf %lf", &cost.wall, &cost.user, &cost.system) != 3) {
+    std::ifstream printed(place.Printed());
+    if (!(printed >> cost.wall >> cost.user >> cost.system)) {
         GiveUp("the floor printed no times");
     }
-    (void)std::fclose(printed);
     return cost;
 }
 
@@ -390,10 +391,13 @@ void RunAll(int runs, int scale, const std::string& directory) {
 int main(int argc, char** argv) {
     int runs = 5;
     int scale = 1;
+    bool good = true;
     for (int option = 0; (option = ::getopt(argc, argv, "r:s:")) != -1;) {
-        (option == 'r' ? runs : scale) = std::atoi(optarg);
+        int& number = option == 'r' ? runs : scale;
+        number = option == '?' ? 0 : mod2neu::PositiveNumber(optarg);
+        good = good && number > 0;
     }
-    if (optind + 1 != argc || runs < 1 || scale < 1) {
+    if (!good || optind + 1 != argc) {
         (void)std::fprintf(stderr, "Usage: conversion_bench [-r RUNS] [-s SCALE] DIRECTORY\n");
         return 2;
     }

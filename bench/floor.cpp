@@ -11,12 +11,13 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <vector>
 
+#include "arguments.h"
 #include "model_shapes.h"
 #include "neutral/integer_text.h"
 #include "neutral/real_format.h"
@@ -95,7 +96,8 @@ inline char* Flag(char* out, const std::uint8_t* at) {
 }
 
 inline char* LineEnd(char* out) {
-    std::memcpy(out, "\r\n", 2);
+    out[0] = '\r';
+    out[1] = '\n';
     return out + 2;
 }
 
@@ -129,14 +131,14 @@ inline char* ElementHead(char* out, std::int32_t id, const std::uint8_t* element
 
 inline char* Element(char* out, std::int32_t id, const std::uint8_t* element) {
     out = ElementHead(out, id, element);
-    for (int row = 0; row < 2; ++row) {
-        for (int node = 0; node < 10; ++node) {
+    for (std::ptrdiff_t row = 0; row < 2; ++row) {
+        for (std::ptrdiff_t node = 0; node < 10; ++node) {
             out = Long(out, element + 24 + 40 * row + 4 * node);
         }
         out = LineEnd(out);
     }
-    for (int row = 0; row < 3; ++row) {
-        for (int axis = 0; axis < 3; ++axis) {
+    for (std::ptrdiff_t row = 0; row < 3; ++row) {
+        for (std::ptrdiff_t axis = 0; axis < 3; ++axis) {
             out = Real(out, element + 144 + 24 * row + 8 * axis);
         }
         out = LineEnd(out);
@@ -234,11 +236,12 @@ ProcessorTime ProcessorTimeSoFar() {
 
 int main(int argc, char** argv) {
     using Clock = std::chrono::steady_clock;
-    if (argc != 3) {
+    const std::int32_t entities = argc == 3 ? mod2neu::PositiveNumber(argv[1]) : 0;
+    if (entities == 0) {
         (void)std::fprintf(stderr, "Usage: floor ENTITIES FILE\n");
         return 2;
     }
-    const mod2neu::PlainModel model = mod2neu::MakeModel(std::atoi(argv[1]));
+    const mod2neu::PlainModel model = mod2neu::MakeModel(entities);
     const mod2neu::ProcessorTime before = mod2neu::ProcessorTimeSoFar();
     const auto start = Clock::now();
     if (!mod2neu::WriteText(model, argv[2])) {

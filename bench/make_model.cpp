@@ -1,15 +1,15 @@
 // Makes a generated model: make_model SHAPE ENTITIES sorted|shuffled FILE
 
 #include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
+#include "arguments.h"
 #include "model_shapes.h"
 
 int main(int argc, char** argv) {
     const mod2neu::ModelShape* shape = argc == 5 ? mod2neu::FindShape(argv[1]) : nullptr;
-    const int entities = argc == 5 ? std::atoi(argv[2]) : 0;
-    if (shape == nullptr || entities < 1) {
+    const std::int32_t entities = argc == 5 ? mod2neu::PositiveNumber(argv[2]) : 0;
+    if (shape == nullptr || entities == 0) {
         (void)std::fprintf(stderr, "Usage: make_model SHAPE ENTITIES sorted|shuffled FILE\n");
         return 2;
     }

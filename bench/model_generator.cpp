@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <numeric>
@@ -80,6 +81,9 @@ class BlockMap {
     void PlanTable(std::uint32_t index) {
         const ModelTable& table = tables_[index];
         const int perBlock = PerBlock(table);
+        if (perBlock == 0) {
+            return;
+        }
         for (std::int32_t record = 0; record < table.count;) {
             const std::int32_t id = IdOf(table, record);
             const std::int32_t firstId = id - (id - 1) % perBlock;
@@ -119,21 +123,26 @@ class ModelFile {
     bool good_ = true;
 };
 
+// Where the type's number stands in one of the header's tables.
+std::uint8_t* PlaceOf(std::uint8_t* header, int numbers, int type) {
+    return header + numbers + std::ptrdiff_t{4} * type;
+}
+
 void WriteTypeTables(const BlockMap& map, std::uint8_t* header) {
     for (int type = 0; type < kEntityTypeCount; ++type) {
-        WriteLittleEndian(header + kHeaderLowestId + 4 * type, kNoLowestId);
-        WriteLittleEndian(header + kHeaderIdStep + 4 * type, 1);
-        WriteLittleEndian(header + kHeaderNextFreeId + 4 * type, 1);
+        WriteLittleEndian(PlaceOf(header, kHeaderLowestId, type), kNoLowestId);
+        WriteLittleEndian(PlaceOf(header, kHeaderIdStep, type), 1);
+        WriteLittleEndian(PlaceOf(header, kHeaderNextFreeId, type), 1);
     }
     for (auto block = static_cast<std::uint32_t>(map.Size()); block-- > 0;) {
         const ModelTable& table = map.TableOf(block);
-        WriteLittleEndian(header + kHeaderFingers + 4 * table.type, map.NumberOf(block));
+        WriteLittleEndian(PlaceOf(header, kHeaderFingers, table.type), map.NumberOf(block));
         if (table.database == 1) {
             const std::int32_t highest = IdOf(table, table.count - 1);
-            WriteLittleEndian(header + kHeaderHighestId + 4 * table.type, highest);
-            WriteLittleEndian(header + kHeaderLowestId + 4 * table.type, 1);
-            WriteLittleEndian(header + kHeaderRecordCount + 4 * table.type, table.count);
-            WriteLittleEndian(header + kHeaderNextFreeId + 4 * table.type, highest + 1);
+            WriteLittleEndian(PlaceOf(header, kHeaderHighestId, table.type), highest);
+            WriteLittleEndian(PlaceOf(header, kHeaderLowestId, table.type), 1);
+            WriteLittleEndian(PlaceOf(header, kHeaderRecordCount, table.type), table.count);
+            WriteLittleEndian(PlaceOf(header, kHeaderNextFreeId, table.type), highest + 1);
         }
     }
 }
@@ -181,8 +190,9 @@ void WriteRecordBlock(const BlockMap& map, std::uint32_t block, ModelFile& file)
         const std::int32_t id = IdOf(table, plan.firstRecord + i);
         const int slot = id - plan.firstId;
         SetSlotLive(bytes.data(), slot, true);
-        table.fill(table.database, id,
-                   bytes.data() + kBlockRecords + slot * CatalogueRecordSize(table.type));
+        table.fill(
+            table.database, id,
+            bytes.data() + kBlockRecords + std::ptrdiff_t{slot} * CatalogueRecordSize(table.type));
     }
     file.Write(bytes.data(), bytes.size());
 }

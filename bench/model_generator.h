@@ -23,8 +23,9 @@ enum class BlockOrder {
     kShuffled,  // random, as years of deleting and creating leave one
 };
 
-// Writes a model file with the tables, which ascend by type and database number. The file is
-// never in memory: a block is made when its place is due. False when writing fails.
+// Writes a model file with the tables, which ascend by type and database number; one whose type
+// has no records is left out. The file is never in memory: a block is made when its place is due.
+// False when writing fails.
 [[nodiscard]] bool WriteModel(const std::string& path, const std::vector<ModelTable>& tables,
                               BlockOrder order);
 

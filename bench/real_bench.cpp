@@ -28,7 +28,7 @@ constexpr std::ptrdiff_t kChunk = 65536;
 template <class Value, class Append>
 void RunFields(benchmark::State& state, const std::vector<Value>& values, Append append) {
     std::vector<char> buffer(kChunk + 512);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         char* out = buffer.data();
         for (const Value value : values) {
             out = append(out, value);
@@ -112,7 +112,7 @@ void RunNodeLines(benchmark::State& state) {
     // No file is open, so full buffers are dropped: this is the time of the text alone.
     const std::vector<double> values = Reals(RealKind::kFewDecimals);
     constexpr std::size_t kLines = kValues / 3;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (std::size_t line = 0; line < kLines; ++line) {
             PutNodeLine(static_cast<std::int32_t>(line + 1), &values[3 * line]);
         }

@@ -50,7 +50,7 @@ void RunWalk(benchmark::State& state, const std::string& model, EntityType type,
         state.SkipWithError("the model cannot be opened");
         return;
     }
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (walk(type) != kEntities) {
             state.SkipWithError("records are missing");
             break;
@@ -77,7 +77,7 @@ void Register(const std::string& model, const std::string& order) {
 
 // A new model in the directory.
 std::string ModelIn(const std::string& directory, BlockOrder order, const char* name) {
-    const std::string path = directory + "/" + name + ".MOD";
+    std::string path = directory + "/" + name + ".MOD";
     if (!WriteModel(path, FindShape(kPlainShape)->tables(kEntities), order)) {
         std::perror(path.c_str());
         std::exit(1);

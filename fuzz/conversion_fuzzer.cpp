@@ -36,7 +36,8 @@ constexpr const char* kNeutral = "/m/wing.neu";
 // Ends a run that writes more of the same: a few blocks may name one large table any number of
 // times, and a list that stands for every ID fills 25 MB when it is sorted in the database.
 struct LimitReached {};
-constexpr std::size_t kMostWritten = 24 * kBlockSize;  // beside the working copy itself
+// Beside the working copy itself.
+constexpr std::size_t kMostWritten = std::size_t{24} * kBlockSize;
 
 // Ends the process, as a finding, when `condition` does not hold.
 void Require(bool condition, const char* what) {

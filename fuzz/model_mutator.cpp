@@ -108,7 +108,7 @@ class Mutation {
         using Limits = std::numeric_limits<double>;
         constexpr double kNotable[] = {0.1,           99999999.5,         Limits::denorm_min(),
                                        Limits::max(), Limits::infinity(), Limits::quiet_NaN()};
-        const double any = std::bit_cast<double>(std::uint64_t{Random()} << 32 | Random());
+        const auto any = std::bit_cast<double>(std::uint64_t{Random()} << 32 | Random());
         const double whole = static_cast<std::int32_t>(AnyInteger(0));
         const unsigned choice = Pick(2 * std::size(kNotable));
         return choice < std::size(kNotable) ? kNotable[choice] : Pick(2) == 0 ? any : whole;
@@ -155,7 +155,7 @@ class Mutation {
 
     std::uint8_t* EntryOf(std::uint32_t block) {
         return Block(IndexBlockOf(block)) + kBlockRecords +
-               IndexEntryNumber(block) * kIndexEntrySize;
+               std::size_t{IndexEntryNumber(block)} * kIndexEntrySize;
     }
 
     std::uint8_t* AnyEntry() {
@@ -172,9 +172,10 @@ class Mutation {
         const std::size_t kind =
             used < kEntityTypeCount && Pick(6) != 0 ? used : Pick(kEntityTypeCount);
         std::uint8_t* const finger = data_ + kHeaderFingers + 4 * kind;
+        std::uint8_t* const activeId =
+            data_ + kHeaderActiveId + std::size_t{4} * Pick(kEntityTypeCount);
         std::uint8_t* const keys[] = {entry + kEntryDatabase, entry + kEntryFirstId,
-                                      block + kBlockDatabase, block + kBlockFirstId,
-                                      data_ + kHeaderActiveId + 4 * Pick(kEntityTypeCount)};
+                                      block + kBlockDatabase, block + kBlockFirstId, activeId};
         std::uint8_t* const links[] = {entry + kEntryNext, entry + kEntryPrevious,
                                        block + kBlockNumber, finger, finger};
         std::uint8_t* const bytes[] = {block + kBlockKind, block + kBlockLiveCount + Pick(2),

@@ -56,7 +56,11 @@ PosixCalls CallsWithFaulty() {
 bool Road(PosixFileServices& files, const ScratchDirectory& directory) {
     const std::string scratch = directory.Write("model.scr", "stale");
     std::filesystem::permissions(scratch, std::filesystem::perms::all);
-    const std::string text(70000, 't');
+    std::string text;
+    while (text.size() < 70000) {
+        text += std::to_string(text.size());
+    }
+    text.resize(70000);
     std::string back(text.size() + 10, '?');
     std::string name;
     const FileHandle file = files.Open(
@@ -65,7 +69,8 @@ bool Road(PosixFileServices& files, const ScratchDirectory& directory) {
                       files.Seek(file, 0, SeekOrigin::kBegin) == 0 && files.Size(file) == 70000 &&
                       files.Read(file, back.data(), back.size()) == 70000 &&
                       back.starts_with(text) &&
-                      files.ReadAt(file, 50000, back.data(), back.size()) == 20000;
+                      files.ReadAt(file, 50000, back.data(), back.size()) == 20000 &&
+                      text.ends_with(back.substr(0, 20000));
     if (file == kNoFile || !files.Close(file) || !good) {
         return false;
     }

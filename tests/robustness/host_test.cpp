@@ -188,5 +188,24 @@ TEST_F(HostTest, BlocksLieBeyondFourAndEightGigabytes) {
     }
 }
 
+// A million output vectors' values under database numbers of their own would fill 2 GB; node lists
+// of one entry do the same to the index.
+TEST_F(HostTest, ATypeHasAMillionDatabaseNumbers) {
+    if (!LargeTestsAreOn()) {
+        GTEST_SKIP() << "set MOD2NEU_LARGE_TESTS";
+    }
+    constexpr int kLists = 1'000'000;
+    ModelBuilder model;
+    for (int id = 1; id <= kLists; ++id) {
+        model.Add(8, 1, id, RecordImage(232).I32(104, id));
+        model.Add(37, id, 1, RecordImage(24).I32(0, id));
+    }
+    Write("lists.mod", model.Build());
+    EXPECT_EQ(Wait(Start("lists.mod")), 0);
+    const Lines lines = BlocksOf(BytesOf(directory_ / "lists.neu")).at(404);
+    ASSERT_EQ(lines.size(), std::size_t{9} * kLists);
+    EXPECT_TRUE(lines[lines.size() - 2].starts_with(Cat(kLists, ",0,"))) << lines[lines.size() - 2];
+}
+
 }  // namespace
 }  // namespace mod2neu

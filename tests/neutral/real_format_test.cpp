@@ -34,7 +34,7 @@ class RealFormat : public ::testing::Test {
 
     // Some values of every kind, until one differs.
     template <class CheckValue>
-    static void Sweep(int count, std::uint64_t seed, CheckValue check) {
+    static void Sweep(int count, std::uint32_t seed, CheckValue check) {
         for (const RealKind kind : kAllRealKinds) {
             RealSamples samples(kind, seed);
             for (int i = 0; i < count && !HasFailure(); ++i) {
@@ -107,7 +107,7 @@ TEST_F(RealFormat, SlotsAreTakenInTurn) {
 TEST_F(RealFormat, AgreesWithEveryDigitSetting) {
     for (std::int32_t digits = -8; digits <= 32; ++digits) {
         const bool usual = digits == 8;
-        Sweep(usual ? 30000 : 500, static_cast<std::uint64_t>(100 + digits),
+        Sweep(usual ? 30000 : 500, static_cast<std::uint32_t>(100 + digits),
               [&](double value) { Check(value, digits + 7, digits); });
         for (int power = usual ? -307 : -16; power <= (usual ? 308 : 32); ++power) {
             CheckAround(power, digits);

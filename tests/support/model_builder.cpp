@@ -78,6 +78,7 @@ std::vector<std::uint32_t> ModelImage::Chain(int kind) const {
         }
     }
     std::vector<std::uint32_t> chain;
+    chain.reserve(members.size());
     for (const auto& member : members) {
         chain.push_back(std::get<2>(member));
     }

@@ -56,9 +56,8 @@ class FaultSweepTest : public ::testing::TestWithParam<bool> {
     std::vector<FileCallRecord> calls_;
 };
 
-// A file in use is the only error that the program tells from others.
 TEST_P(FaultSweepTest, EveryFailedCallIsToldAndHarmsNothing) {
-    for (const int error : {EIO, kSharingViolation}) {
+    for (const int error : {EIO, ENOSPC, EACCES, kSharingViolation}) {
         SCOPED_TRACE(error);
         FailEveryCall([&](MemoryFiles& files, std::size_t n) { files.FailCall(n, error); });
     }

@@ -44,7 +44,8 @@ bool SearchIndex(EntityType kind, BlockKey key, IndexPosition& position);
 // cannot be read.
 [[nodiscard]] bool LoadIndexEntry(std::uint32_t block, EntryPlace& place);
 
-// Loads the entry of `block` and copies it out. False, with `position` as it was, on failure.
+// Copies out the entry of `block`, from a kept copy of its index block if there is one: that spares
+// the cache a buffer. False, with `position` as it was, on failure.
 [[nodiscard]] bool LoadPosition(std::uint32_t block, IndexPosition& position);
 
 void StoreEntry(EntryPlace place, const IndexEntry& entry);

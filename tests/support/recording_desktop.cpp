@@ -21,7 +21,8 @@ void RecordingDesktop::CreateStatusDialog(WindowHandle parent, const std::string
 
 void RecordingDesktop::SetItemText(int item, const std::string& text) {
     items[item] = text;
-    if (item == 30003) {
+    constexpr int kNewestItem = 30003;
+    if (item == kNewestItem) {
         statusLines.push_back(text);
     }
 }
